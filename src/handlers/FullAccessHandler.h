@@ -1,0 +1,19 @@
+#pragma once
+
+#include "handlers/ContentHandler.h"
+#include "zelapi/full_access.h"
+
+/// Raw access to the link, resource 0xFF.
+class CFullAccessHandler : public CContentHandler
+{
+  public:
+    std::uint32_t EncodeRequest(CDataSender& sender, std::uint32_t messageId, void* record) override;
+    std::uint32_t DecodeMessage(CMessage& message, std::uint32_t& messageId, void*& record) override;
+    std::uint32_t FreeDecodedData(std::uint32_t messageId, void* record) override;
+
+    /// The access that the link service grants.
+    void SetAccess(std::uint8_t access) { m_access = access; }
+
+  private:
+    std::uint8_t m_access = 0;
+};

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <windows.h>
+
+/// Carries the HRESULT of a failed allocation out of a function.
+class CAtlException
+{
+  public:
+    explicit CAtlException(HRESULT result) : m_hr(result) {}
+    operator HRESULT() const { return m_hr; }
+
+    HRESULT m_hr;
+};

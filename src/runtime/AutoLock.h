@@ -1,0 +1,31 @@
+#pragma once
+
+#include <windows.h>
+
+/// Holds a critical section while it lives. A null or unreadable one is left alone.
+class CAutoLock
+{
+  public:
+    explicit CAutoLock(CRITICAL_SECTION* section);
+    CAutoLock(const CAutoLock&) = delete;
+    CAutoLock& operator=(const CAutoLock&) = delete;
+    virtual ~CAutoLock();
+
+  private:
+    CRITICAL_SECTION* m_section;
+};
+
+/// Owns a critical section.
+class CCriticalSection
+{
+  public:
+    CCriticalSection() { InitializeCriticalSection(&m_section); }
+    CCriticalSection(const CCriticalSection&) = delete;
+    CCriticalSection& operator=(const CCriticalSection&) = delete;
+    ~CCriticalSection() { DeleteCriticalSection(&m_section); }
+
+    operator CRITICAL_SECTION*() { return &m_section; }
+
+  private:
+    CRITICAL_SECTION m_section;
+};

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+
+/// What a worker thread runs. Each operation takes the thread's id and returns a status, 0 for success.
+class CZelThreadTask
+{
+  public:
+    /// First on the new thread.
+    virtual std::uint32_t OnThreadStart(std::uint32_t threadId) = 0;
+    /// Last on the thread.
+    virtual std::uint32_t OnThreadExit(std::uint32_t threadId) = 0;
+    /// The wait loop.
+    virtual std::uint32_t Run(std::uint32_t threadId) = 0;
+    /// The work event was signalled.
+    virtual std::uint32_t OnWorkSignal(std::uint32_t threadId) = 0;
+    /// The second work event was signalled.
+    virtual std::uint32_t OnSecondSignal(std::uint32_t threadId) = 0;
+    /// The loop's wait ran out; a negative status ends the loop.
+    virtual std::uint32_t OnWaitTimeout(std::uint32_t threadId) = 0;
+    virtual ~CZelThreadTask() = default;
+
+  protected:
+    CZelThreadTask() = default;
+    CZelThreadTask(const CZelThreadTask&) = default;
+    CZelThreadTask& operator=(const CZelThreadTask&) = default;
+};
+
+/// A worker thread with COM that sleeps in one wait on a few events and dispatches each to an operation of its task.
+/// The wait lets COM calls in.
+///
+/// The most derived class must stop the thread before its own parts go: the thread calls its virtual operations.
+class CZelThread : public CZelThreadTask
+{
+  public:
+    CZelThread() = default;
+    CZelThread(const CZelThread&) = delete;
+    CZelThread& operator=(const CZelThread&) = delete;
+    ~CZelThread() override;
+
+    /// Makes the events and the thread, which runs at once. Throws ZEL_E_FAIL.
+    std::uint32_t Start();
+
+    /// Ends the thread; harmless when there is none. After `timeoutMs` the thread is killed, without OnThreadExit; with
+    /// 0 it is neither waited for nor killed.
+    std::uint32_t Stop(std::uint32_t timeoutMs);
+
+    /// Waits up to 10 seconds for the loop to answer; true if it did.
+    bool Handshake();
+
+    /// What OnThreadStart returned or threw. Known once Handshake was true.
+    std::uint32_t GetStartStatus() const { return m_startStatus; }
+
+    /// True on the worker thread itself.
+    bool IsCurrentThread() const { return m_thread != nullptr && m_threadId == GetCurrentThreadId(); }
+
+    std::uint32_t OnThreadStart(std::uint32_t threadId) override;
+    std::uint32_t OnThreadExit(std::uint32_t threadId) override;
+    std::uint32_t Run(std::uint32_t threadId) override;
+    std::uint32_t OnWorkSignal(std::uint32_t threadId) override;
+    std::uint32_t OnSecondSignal(std::uint32_t threadId) override;
+    std::uint32_t OnWaitTimeout(std::uint32_t threadId) override;
+
+  protected:
+    static constexpr std::uint32_t kHandshakeMs = 10000;
+    /// How long a destructor waits for the thread.
+    static constexpr std::uint32_t kDestructorStopMs = 5000;
+
+    void SignalWork() { SetEvent(m_workEvent); }
+    void SignalSecond() { SetEvent(m_secondWorkEvent); }
+    /// Sends the signals to another task than the thread itself. Takes effect after Start.
+    void SetTask(CZelThreadTask* task) { m_task = task; }
+    void SetWaitTimeout(std::uint32_t timeoutMs) { m_waitTimeout = timeoutMs; }
+
+  private:
+    using Slot = std::uint32_t (CZelThreadTask::*)(std::uint32_t);
+
+    static DWORD WINAPI ThreadProcedure(void* argument);
+    void RunWithCom();
+    bool DispatchSignal(std::uint32_t index, std::uint32_t threadId);
+    std::uint32_t Forward(Slot slot, std::uint32_t threadId);
+
+    HANDLE m_workEvent = nullptr;
+    HANDLE m_secondWorkEvent = nullptr;
+    HANDLE m_stopEvent = nullptr;
+    std::uint32_t m_waitTimeout = INFINITE;
+    HANDLE m_thread = nullptr;
+    DWORD m_threadId = 0;
+    CZelThreadTask* m_task = nullptr;
+    HANDLE m_handshakeRequest = nullptr;
+    HANDLE m_handshakeReply = nullptr;
+    std::uint32_t m_startStatus = 0;
+};

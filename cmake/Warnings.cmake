@@ -6,8 +6,8 @@ function(zelapi_options)
     else()
       target_compile_options(
         ${target}
-        PRIVATE -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
-                -Woverloaded-virtual -Wcast-qual -Wformat=2 -Wundef -Wnull-dereference)
+        PRIVATE -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wcast-qual -Wformat=2 -Wundef
+                -Wnull-dereference "$<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast;-Woverloaded-virtual>")
     endif()
     if(WIN32)
       target_compile_definitions(${target} PRIVATE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)

@@ -1,6 +1,7 @@
 #!/bin/sh
-# Runs a Windows program in the Wine prefix of the build tree. A prefix of one's own can be given in WINEPREFIX.
-set -eu
+# Runs a Windows program in the Wine prefix of the build tree. A prefix of one's own can be given in WINEPREFIX. With
+# ZELAPI_FRESH_WINE set, no other program of the prefix runs before or after it.
+set -u
 root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
 : "${WINEPREFIX:=$root/build/wine}"
 : "${WINEDEBUG:=-all}"
@@ -8,4 +9,11 @@ root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
 export WINEPREFIX WINEDEBUG WINEDLLOVERRIDES
 unset DISPLAY
 mkdir -p "$(dirname -- "$WINEPREFIX")"
+if [ -n "${ZELAPI_FRESH_WINE:-}" ]; then
+    wineserver -k || true
+    wine "$@"
+    code=$?
+    wineserver -k || true
+    exit $code
+fi
 exec wine "$@"

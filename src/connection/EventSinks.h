@@ -32,6 +32,14 @@ class CIUnknownImpl : public Interface
     /// Lets no caller of another process in any more.
     void CutOff() { CoDisconnectObject(this, 0); }
 
+    /// Waits until nobody holds a reference, at most `timeoutMs`. COM holds one while a call is on its way in or out.
+    void WaitUntilReleased(std::uint32_t timeoutMs)
+    {
+        for (std::uint32_t waited = 0; InterlockedCompareExchange(&m_references, 0, 0) > 0 && waited < timeoutMs;
+             ++waited)
+            Sleep(1);
+    }
+
   protected:
     ~CIUnknownImpl() = default;
 

@@ -20,6 +20,8 @@ constexpr std::uint8_t kSubscriptionMessage = 0x10;
 
 constexpr std::uint8_t kRawResource = 0xFF;
 
+constexpr std::uint32_t kReleaseWaitMs = 1000;
+
 /// Where an indication keeps its message id and its body; the bytes before belong to the link.
 constexpr std::size_t kIndicationIdAt = 3;
 constexpr std::size_t kIndicationBodyAt = 4;
@@ -106,11 +108,19 @@ CVorlanControl::~CVorlanControl()
 {
     // The service may still hold the sinks, and the delivery thread may still call this object: both end before its
     // parts go.
-    RunInMultithreadedApartment([&] {
-        CIVorlanServiceEvents::CutOff();
-        CIVorlanServiceEvents2::CutOff();
+    ResultOf([&] {
+        RunInMultithreadedApartment([&] {
+            CIVorlanServiceEvents::CutOff();
+            CIVorlanServiceEvents2::CutOff();
+        });
+        return ZEL_OK;
     });
     Stop(kDestructorStopMs);
+    // A call that was let in before the cut runs to its end, and COM then lets go of the sink. A service that never
+    // lets go, one in this process that was not unadvised, is not waited for any longer.
+    m_events.WaitUntilEmpty(kStopWaitMs);
+    CIVorlanServiceEvents::WaitUntilReleased(kReleaseWaitMs);
+    CIVorlanServiceEvents2::WaitUntilReleased(kReleaseWaitMs);
     m_events.WaitUntilEmpty(kStopWaitMs);
 }
 
@@ -263,7 +273,7 @@ std::uint32_t CVorlanControl::Close()
         Stop(kStopWaitMs);
         HRESULT result = S_OK;
         if (m_service.HasService())
-            result = UnadviseSinks();
+            result = static_cast<HRESULT>(ResultOf([&] { return static_cast<std::uint32_t>(UnadviseSinks()); }));
         m_service.Disconnect();
         m_supportedServices.clear();
         m_handlers.Clear();
@@ -396,19 +406,26 @@ std::uint32_t CVorlanControl::SendRaw(std::uint32_t length, const std::uint8_t* 
 std::uint32_t CVorlanControl::Subscribe(std::uint32_t action, std::uint32_t messageId)
 {
     const std::uint8_t resource = ResourceOf(messageId);
-    if (action == ZEL_REGISTER)
-        m_subscriptions.Insert(resource);
-    else if (action == ZEL_UNREGISTER)
-        m_subscriptions.Erase(resource);
-    else
+    if (action != ZEL_REGISTER && action != ZEL_UNREGISTER)
         return ZEL_E_ARGUMENT;
+    const CByteSet subscribed = ChangeSubscriptions(action == ZEL_REGISTER, resource);
 
     CMessage message;
     message.SetResource(kSubscriptionResource);
     message.SetMessageId(kSubscriptionMessage);
-    message.AppendByte(static_cast<std::uint8_t>(m_subscriptions.Size()));
-    m_subscriptions.ForEach([&](std::uint8_t subscribed) { message.AppendByte(subscribed); });
+    message.AppendByte(static_cast<std::uint8_t>(subscribed.Size()));
+    subscribed.ForEach([&](std::uint8_t member) { message.AppendByte(member); });
     return Send(message, 0);
+}
+
+CByteSet CVorlanControl::ChangeSubscriptions(bool add, std::uint8_t resource)
+{
+    const CAutoLock lock(m_subscriptionsLock);
+    if (add)
+        m_subscriptions.Insert(resource);
+    else
+        m_subscriptions.Erase(resource);
+    return m_subscriptions;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -473,7 +490,11 @@ void CVorlanControl::QueueIndication(CContentHandler& handler, CMessage& message
 std::uint32_t CVorlanControl::Execute(CNTFData* notification)
 {
     const std::unique_ptr<CNTFData> owned(notification);
-    Dispatch(notification->kind, notification->messageId, notification->record);
+    // Whatever leaves a target, the record is freed.
+    ResultOf([&] {
+        Dispatch(notification->kind, notification->messageId, notification->record);
+        return ZEL_OK;
+    });
     m_handlers.GetHandler(ResourceOf(notification->messageId))
         ->FreeDecodedData(notification->messageId, notification->record);
     return ZEL_OK;

@@ -80,11 +80,15 @@ class CVorlanControl final : public CHandleBase,
     const SupportedService* FindService(std::uint8_t resource) const;
     CServiceRef<IVorlanService2> RequireService() const;
 
+    /// Adds or removes a resource; the set as it is then.
+    CByteSet ChangeSubscriptions(bool add, std::uint8_t resource);
+
     void QueueIndication(CContentHandler& handler, CMessage& message);
 
     std::vector<SupportedService> m_supportedServices;
     std::uint16_t m_timeParameters[2] = {};
     CByteSet m_subscriptions;
+    CCriticalSection m_subscriptionsLock;
     CSLSrvPtr m_service;
     DWORD m_eventsCookie = 0;
     DWORD m_rawEventsCookie = 0;

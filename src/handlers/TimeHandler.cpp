@@ -1,6 +1,6 @@
 #include "handlers/TimeHandler.h"
 
-#include "message/SubBlock.h"
+#include "handlers/SubBlockRun.h"
 
 namespace
 {
@@ -26,27 +26,6 @@ constexpr std::uint8_t kDone = 1;
 constexpr std::uint8_t kFirstVersionWithSettings = 16;
 constexpr std::uint8_t kSetting10 = 10;
 constexpr std::uint8_t kSetting11 = 11;
-
-CSubBlock TimeBlock(std::uint16_t id = 0)
-{
-    CSubBlock block;
-    block.SetFormat(1, 1, 1, 0);
-    block.SetId(id);
-    return block;
-}
-
-/// Visits each sub-block of a counted run, up to the first unreadable one.
-template <typename Visitor>
-void ForEachBlock(CMessage& reply, Visitor&& visit)
-{
-    for (std::uint8_t left = reply.ReadByte(); left != 0; --left)
-    {
-        CSubBlock block = TimeBlock();
-        if (!block.ReadFrom(&reply))
-            return;
-        visit(block);
-    }
-}
 
 void ReadClock(CSubBlock& block, TimeNow& record)
 {
@@ -130,7 +109,7 @@ std::uint32_t CTimeHandler::Read(CDataSender& sender, TimeNow& record) const
     std::uint32_t result = 0;
     if (!Exchange(sender, message, kReadReply, result) || message.ReadByte() != kDone)
         return result;
-    ForEachBlock(message, [&](CSubBlock& block) {
+    ForEachBlock(message, message.ReadByte(), kShortBlock, [&](CSubBlock& block, std::uint32_t) {
         if (block.GetId() == kDateTime)
             ReadClock(block, record);
         else if (block.GetId() == kValue4)
@@ -144,14 +123,14 @@ std::uint32_t CTimeHandler::Set(CDataSender& sender, TimeToSet& record) const
     CMessage message = Request(kSetRequest);
     message.AppendByte(0);
     message.AppendByte(1);
-    CSubBlock clock = TimeBlock(kDateTime);
+    CSubBlock clock = NewBlock(kShortBlock, kDateTime);
     WriteClock(clock, record);
     clock.WriteTo(&message);
 
     std::uint32_t result = 0;
     if (!Exchange(sender, message, kSetReply, result) || message.ReadByte() != kDone)
         return result;
-    CSubBlock answer = TimeBlock();
+    CSubBlock answer = NewBlock(kShortBlock);
     if (message.ReadByte() != 0 && answer.ReadFrom(&message) && answer.GetId() == kDateTime)
         ReadSetClock(answer, record);
     return ZEL_OK;
@@ -174,7 +153,7 @@ std::uint32_t CTimeHandler::ReadSettings(CDataSender& sender, TimeSettings& reco
     std::uint32_t result = 0;
     if (!Exchange(sender, message, kSettingsReply, result) || message.ReadByte() != kDone)
         return result;
-    ForEachBlock(message, [&](CSubBlock& block) {
+    ForEachBlock(message, message.ReadByte(), kShortBlock, [&](CSubBlock& block, std::uint32_t) {
         if (block.GetId() == kSetting)
             ReadSetting(block, record);
     });

@@ -36,6 +36,9 @@ class CComRef
         m_pointer = nullptr;
     }
 
+    /// Gives the reference up without releasing it.
+    void Forget() { m_pointer = nullptr; }
+
     /// Where a call stores a new reference; the old one is released.
     Interface** Put()
     {

@@ -79,6 +79,15 @@ HRESULT CSLSrvPtr::ReleaseService()
     return CSmartIFPtr::ReleaseService();
 }
 
+void CSLSrvPtr::OnThreadKilled()
+{
+    CSmartIFPtr::OnThreadKilled();
+    m_device.Forget();
+    m_deviceCookie = 0;
+    m_broker.Forget();
+    m_brokerCookie = 0;
+}
+
 void CSLSrvPtr::Revoke(DWORD& cookie)
 {
     if (cookie == 0)

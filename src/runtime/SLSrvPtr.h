@@ -24,6 +24,9 @@ class CSLSrvPtr final : public CSmartIFPtr<IVorlanService2, nullptr, &IID_IVorla
     HRESULT CreateService() override;
     HRESULT ReleaseService() override;
 
+  protected:
+    void OnThreadKilled() override;
+
   private:
     HRESULT Locate(CComRef<IUnknown>& object) const;
     HRESULT FindInterfaces(const CComRef<IUnknown>& object);

@@ -146,6 +146,14 @@ class CSmartIFPtr : public CZelAsyncOperation<CSmartPtrOperData>
         return {taken, true};
     }
 
+    /// A reference that was taken, or is being released, by a killed thread is lost rather than released twice.
+    void OnThreadKilled() override
+    {
+        m_service.Forget();
+        m_serviceCookie = 0;
+        m_table.Forget();
+    }
+
     CComRef<Interface> m_service;
     bool m_useTable = false;
     DWORD m_serviceCookie = 0;

@@ -21,6 +21,14 @@ class CZelNotification : public CZelThread
         SignalWork();
     }
 
+    /// What was queued before the thread ran has woken nobody.
+    std::uint32_t OnThreadStart(std::uint32_t) override
+    {
+        if (!m_queue.IsEmpty())
+            SignalWork();
+        return 0;
+    }
+
     std::uint32_t OnWorkSignal(std::uint32_t) final
     {
         Record* record = nullptr;

@@ -30,11 +30,7 @@ CZelThread::~CZelThread()
 
 std::uint32_t CZelThread::Start()
 {
-    m_stopEvent = NewManualResetEvent();
-    m_workEvent = NewManualResetEvent();
-    m_secondWorkEvent = NewManualResetEvent();
-    m_handshakeRequest = NewManualResetEvent();
-    m_handshakeReply = NewManualResetEvent();
+    CreateEvents();
     m_task = this;
     m_thread = CreateThread(nullptr, 0, &ThreadProcedure, this, 0, &m_threadId);
     if (m_thread == nullptr || m_stopEvent == nullptr || m_workEvent == nullptr || m_secondWorkEvent == nullptr)
@@ -48,15 +44,41 @@ std::uint32_t CZelThread::Stop(std::uint32_t timeoutMs)
         if (m_stopEvent != nullptr)
             SetEvent(m_stopEvent);
         if (m_thread != nullptr && timeoutMs != 0 && WaitForSingleObject(m_thread, timeoutMs) == WAIT_TIMEOUT)
+        {
             TerminateThread(m_thread, 0);
-        Close(m_thread);
-        Close(m_stopEvent);
-        Close(m_workEvent);
-        Close(m_secondWorkEvent);
-        Close(m_handshakeRequest);
-        Close(m_handshakeReply);
+            OnThreadKilled();
+        }
+        CloseHandles();
         return 0u;
     });
+}
+
+void CZelThread::CreateEvents()
+{
+    const CAutoLock lock(m_handlesLock);
+    m_stopEvent = NewManualResetEvent();
+    m_workEvent = NewManualResetEvent();
+    m_secondWorkEvent = NewManualResetEvent();
+    m_handshakeRequest = NewManualResetEvent();
+    m_handshakeReply = NewManualResetEvent();
+}
+
+void CZelThread::CloseHandles()
+{
+    const CAutoLock lock(m_handlesLock);
+    Close(m_thread);
+    Close(m_stopEvent);
+    Close(m_workEvent);
+    Close(m_secondWorkEvent);
+    Close(m_handshakeRequest);
+    Close(m_handshakeReply);
+}
+
+void CZelThread::Signal(HANDLE& event)
+{
+    const CAutoLock lock(m_handlesLock);
+    if (event != nullptr)
+        SetEvent(event);
 }
 
 bool CZelThread::Handshake()

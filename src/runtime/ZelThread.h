@@ -1,6 +1,6 @@
 #pragma once
 
-#include <windows.h>
+#include "runtime/AutoLock.h"
 
 #include <cstdint>
 
@@ -68,17 +68,25 @@ class CZelThread : public CZelThreadTask
     /// How long a destructor waits for the thread.
     static constexpr std::uint32_t kDestructorStopMs = 5000;
 
-    void SignalWork() { SetEvent(m_workEvent); }
-    void SignalSecond() { SetEvent(m_secondWorkEvent); }
+    /// Harmless on a thread that was not started, or is stopped: nobody is woken then.
+    void SignalWork() { Signal(m_workEvent); }
+    void SignalSecond() { Signal(m_secondWorkEvent); }
     /// Sends the signals to another task than the thread itself. Takes effect after Start.
     void SetTask(CZelThreadTask* task) { m_task = task; }
     void SetWaitTimeout(std::uint32_t timeoutMs) { m_waitTimeout = timeoutMs; }
+
+    /// The whole life of the worker thread, on the calling thread.
+    void RunWithCom();
+    /// The thread was killed: what it held is in an unknown state, and must not be touched again.
+    virtual void OnThreadKilled() {}
 
   private:
     using Slot = std::uint32_t (CZelThreadTask::*)(std::uint32_t);
 
     static DWORD WINAPI ThreadProcedure(void* argument);
-    void RunWithCom();
+    void CreateEvents();
+    void CloseHandles();
+    void Signal(HANDLE& event);
     bool DispatchSignal(std::uint32_t index, std::uint32_t threadId);
     std::uint32_t Forward(Slot slot, std::uint32_t threadId);
 
@@ -92,4 +100,6 @@ class CZelThread : public CZelThreadTask
     HANDLE m_handshakeRequest = nullptr;
     HANDLE m_handshakeReply = nullptr;
     std::uint32_t m_startStatus = 0;
+    /// Other threads may signal while the thread is started or stopped; an event must not be closed under them.
+    CCriticalSection m_handlesLock;
 };

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <initializer_list>
 #include <iomanip>
 #include <sstream>
 #include <string>
@@ -22,8 +21,8 @@ inline Bytes BodyOf(const CMsgBase& message)
 inline std::string Hex(const Bytes& bytes)
 {
     std::ostringstream out;
-    for (const std::uint8_t byte : bytes)
-        out << std::hex << std::setw(2) << std::setfill('0') << unsigned{byte} << ' ';
+    for (const std::uint8_t value : bytes)
+        out << std::hex << std::setw(2) << std::setfill('0') << unsigned{value} << ' ';
     return out.str();
 }
 
@@ -37,4 +36,13 @@ inline testing::AssertionResult SameBytes(const Bytes& expected, const Bytes& ac
         return testing::AssertionSuccess();
     return testing::AssertionFailure() << "byte " << at << " differs\nexpected " << Hex(expected) << "\nactual   "
                                        << Hex(actual);
+}
+
+/// Every beginning of `bytes` that is shorter than it, the empty one first.
+inline std::vector<Bytes> Truncations(const Bytes& bytes)
+{
+    std::vector<Bytes> parts;
+    for (auto end = bytes.begin(); end != bytes.end(); ++end)
+        parts.emplace_back(bytes.begin(), end);
+    return parts;
 }

@@ -50,11 +50,14 @@ class FakeSender : public CDataSender
         m_answers.pop_front();
         if (answer.result != 0)
             return answer.result;
-        const std::uint8_t resource = message.GetResource();
-        message.Clear();
-        message.SetResource(resource);
-        message.SetMessageId(answer.id);
-        message.AppendBytes(answer.body.size(), answer.body.data());
+        // A new body is exactly as long as the answer, so that a sanitizer sees a read behind its end.
+        CMessage reply;
+        reply.SetResource(message.GetResource());
+        reply.SetMessageId(answer.id);
+        for (const std::uint8_t id : expected)
+            reply.AddExpectedReply(id);
+        reply.AppendBytes(answer.body.size(), answer.body.data());
+        message = std::move(reply);
         return 0;
     }
 
@@ -99,3 +102,15 @@ class FakeSender : public CDataSender
     std::map<std::uint8_t, std::pair<std::uint8_t, std::uint8_t>> m_versions;
     std::pair<std::uint16_t, std::uint16_t> m_timeParameters;
 };
+
+/// Compares a request with what it must have been, the 60 seconds included.
+inline testing::AssertionResult SameRequest(const FakeSender::Sent& sent, std::uint8_t resource, std::uint8_t id,
+                                            const Bytes& body, const Bytes& expectedReplies = {})
+{
+    if (sent.resource != resource || sent.id != id || sent.timeoutMs != 60000)
+        return testing::AssertionFailure() << "resource " << unsigned{sent.resource} << ", id " << unsigned{sent.id}
+                                           << ", time-out " << sent.timeoutMs;
+    if (const auto replies = SameBytes(expectedReplies, sent.expectedReplies); !replies)
+        return testing::AssertionFailure() << "expected replies: " << replies.message();
+    return SameBytes(body, sent.body);
+}

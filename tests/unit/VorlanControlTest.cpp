@@ -1,0 +1,744 @@
+#include "connection/VorlanControl.h"
+
+#include "support/ConnectionFixture.h"
+#include "zelapi/time.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace
+{
+
+using Sent = FakeLinkService::Sent;
+
+class VorlanControl : public ConnectionFixture
+{
+  protected:
+    void Open()
+    {
+        ASSERT_EQ(0u, m_control.OpenById(1));
+        m_service.TakeCalls();
+        m_service.TakeSent();
+    }
+
+    static CMessage Message(std::uint8_t resource, std::uint8_t id, const Bytes& body = {}, const Bytes& replies = {})
+    {
+        CMessage message;
+        message.SetResource(resource);
+        message.SetMessageId(id);
+        message.AppendBytes(body.size(), body.data());
+        for (const std::uint8_t reply : replies)
+            message.AddExpectedReply(reply);
+        return message;
+    }
+
+    CVorlanControl m_control;
+};
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Opening and closing
+
+TEST_F(VorlanControl, OpensAndClosesStepByStep)
+{
+    EXPECT_EQ(0u, m_control.Initialize());
+    EXPECT_EQ(0u, m_control.OpenById(1));
+    EXPECT_THAT(m_service.TakeCalls(), ElementsAre("Find 3", "Connect", "OpenById 1 0", "Advise1", "Advise2"));
+    std::vector<Sent> queries;
+    for (const std::uint8_t resource : kQueried)
+        queries.push_back({resource, {0xF0, 0x12, 0x00}, VARIANT_TRUE, VT_EMPTY, {}, 2000});
+    EXPECT_EQ(queries, m_service.TakeSent());
+    EXPECT_EQ(2u, m_service.AdvisedSinks());
+
+    EXPECT_EQ(0u, m_control.Close());
+    EXPECT_THAT(m_service.TakeCalls(), ElementsAre("Unadvise1 100", "Unadvise2 101"));
+    EXPECT_EQ(0u, m_control.Shutdown());
+    EXPECT_EQ(0u, m_control.Close());
+    EXPECT_THAT(m_service.TakeCalls(), IsEmpty());
+    EXPECT_EQ(0u, m_service.AdvisedSinks());
+    EXPECT_EQ(0, m_service.LiveObjects());
+}
+
+TEST_F(VorlanControl, OpensAgainAfterAClose)
+{
+    Open();
+    m_control.Close();
+    Open();
+    m_control.RegisterCallback(16, &Recorder::Callback<1>);
+    RaiseEvent(4);
+    EXPECT_TRUE(m_recorder.WaitFor(1));
+}
+
+TEST_F(VorlanControl, MapsDeviceIds)
+{
+    const struct
+    {
+        std::uint32_t id;
+        bool selectsRange;
+        const char* direct;
+        const char* brokered;
+    } cases[] = {
+        {0, false, "OpenById 0 0", "Brokered.OpenById 0 0"},
+        {0x0FFFFFFF, false, "OpenById 268435455 0", "Brokered.OpenById 65535 0"},
+        {0x10000000, true, "OpenById 0 0", "Brokered.OpenById 0 0"},
+        {0x10000001, true, "OpenById 1 0", "Brokered.OpenById 1 0"},
+        {0x80012345, true, "OpenById 74565 0", "Brokered.OpenById 9029 0"},
+        {0xFFFFFFFF, true, "OpenById 268435455 0", "Brokered.OpenById 65535 0"},
+    };
+    m_service.Returns("SelectRange", kFailure);  // Its result does not count.
+    for (const bool broker : {false, true})
+    {
+        if (broker)
+            m_service.OffersBroker();
+        for (const auto& one : cases)
+        {
+            std::vector<std::string> calls = {"Find 3", "Connect"};
+            if (one.selectsRange)
+                calls.push_back("SelectRange 268435456");
+            if (broker)
+                calls.push_back("GetDevice 3 device");
+            calls.push_back(broker ? one.brokered : one.direct);
+            CVorlanControl control;
+            EXPECT_EQ(0u, control.OpenById(one.id));
+            auto made = m_service.TakeCalls();
+            made.resize(calls.size());
+            EXPECT_EQ(calls, made) << one.id;
+            control.Close();
+            m_service.TakeCalls();
+        }
+    }
+    EXPECT_EQ(0, m_service.LiveObjects());
+}
+
+TEST_F(VorlanControl, OpensBySerialNumberAndMedium)
+{
+    const struct
+    {
+        const OLECHAR* serial;
+        std::uint32_t medium;
+        const char* call;
+    } cases[] = {
+        {L"350", 1, "OpenBySerialNumber \"350\" 0 257 0 0"},  {L"350", 2, "OpenBySerialNumber \"350\" 0 1 0 0"},
+        {L"350", 4, "OpenBySerialNumber \"350\" 1 1 0 0"},    {L"350", 8, "OpenBySerialNumber \"350\" 2 1 0 0"},
+        {L"350", 16, "OpenBySerialNumber \"350\" 3 1 0 0"},   {L"350", 0, "OpenBySerialNumber \"350\" 0 1 0 0"},
+        {L"", 0xFFFFFFFF, "OpenBySerialNumber \"\" 0 1 0 0"}, {nullptr, 3, "OpenBySerialNumber null 0 1 0 0"},
+    };
+    for (const bool broker : {false, true})
+    {
+        if (broker)
+            m_service.OffersBroker();
+        for (const auto& one : cases)
+        {
+            CVorlanControl control;
+            EXPECT_EQ(0u, control.OpenBySerialNumber(one.serial, one.medium));
+            const auto calls = m_service.TakeCalls();
+            EXPECT_EQ((broker ? "Brokered." : "") + std::string(one.call), calls[broker ? 3 : 2]);
+            control.Close();
+        }
+    }
+}
+
+TEST_F(VorlanControl, ReportsAFailedOpenAndLeavesNothingBehind)
+{
+    const struct
+    {
+        const char* step;
+        bool null;
+        bool broker;
+    } cases[] = {
+        {"CreateLocator", false, false}, {"Find", false, false},         {"QueryDevice", false, false},
+        {"QueryBroker", false, false},   {"Connect", false, false},      {"QueryService", false, false},
+        {"Open", false, false},          {"Open", false, true},          {"GetDevice", false, true},
+        {"GetDevice", true, true},       {"QueryBrokered", false, true}, {"QueryContainer", false, false},
+        {"FindPoint2", false, false},    {"FindPoint2", true, false},    {"Advise2", false, false},
+    };
+    for (const auto& one : cases)
+    {
+        SCOPED_TRACE(one.step);
+        FakeLinkService service;
+        if (one.broker)
+            service.OffersBroker();
+        for (const char* step : {"OpenById", "OpenBySerialNumber"})
+        {
+            const std::string failing = std::string(one.step) == "Open" ? step : one.step;
+            if (one.null)
+                service.GivesNull(failing);
+            else
+                service.Returns(failing, kFailure);
+        }
+        CVorlanControl control;
+        EXPECT_EQ(0x80100010, control.OpenById(1));
+        EXPECT_EQ(0, service.LiveObjects());
+        EXPECT_EQ(static_cast<std::uint32_t>(one.null ? E_NOINTERFACE : kFailure), control.OpenBySerialNumber(L"1", 2));
+        EXPECT_EQ(0, service.LiveObjects());
+        EXPECT_EQ(0u, service.AdvisedSinks());
+    }
+}
+
+TEST_F(VorlanControl, OpensWithoutTheFirstEvents)
+{
+    for (const char* step : {"FindPoint1", "Advise1"})
+    {
+        FakeLinkService service;
+        service.Returns(step, kFailure);
+        CVorlanControl control;
+        EXPECT_EQ(0u, control.OpenById(1)) << step;
+        EXPECT_EQ(1u, service.AdvisedSinks());
+        control.Close();
+    }
+}
+
+TEST_F(VorlanControl, CloseReportsTheLastUnadviseAndGoesOn)
+{
+    const struct
+    {
+        const char* step;
+        std::uint32_t result;
+    } cases[] = {{"Unadvise1", 0}, {"Unadvise2", 0x80040123}, {"QueryContainer", 0x80040123}};
+    for (const auto& one : cases)
+    {
+        FakeLinkService service;
+        CVorlanControl control;
+        ASSERT_EQ(0u, control.OpenById(1));
+        service.Returns(one.step, kFailure);
+        EXPECT_EQ(one.result, control.Close()) << one.step;
+        CMessage message = Message(25, 1);
+        EXPECT_THROW(control.Send(message, 0), std::uint32_t) << "the service is gone all the same";
+    }
+}
+
+TEST_F(VorlanControl, OpensSendsAndClosesInAnyApartment)
+{
+    m_service.Answer(0x19, 1, Bytes{2});
+    for (const int apartment : {-1, int{COINIT_MULTITHREADED}, int{COINIT_APARTMENTTHREADED}})
+    {
+        SCOPED_TRACE(apartment);
+        std::thread([&] {
+            std::optional<ComApartment> entered;
+            if (apartment >= 0)
+                entered.emplace(static_cast<DWORD>(apartment));
+            CVorlanControl control;
+            EXPECT_EQ(0u, control.OpenById(1));
+            CMessage message = Message(0x19, 1);
+            EXPECT_EQ(0u, control.Send(message, 1));
+            EXPECT_EQ(2, message.GetMessageId());
+            EXPECT_EQ(0u, control.Close());
+        }).join();
+        EXPECT_EQ(0, m_service.LiveObjects());
+        EXPECT_EQ(0u, m_service.AdvisedSinks());
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// What the phone supports
+
+TEST_F(VorlanControl, KeepsTheVersionsThatThePhoneAnswers)
+{
+    const struct
+    {
+        std::uint8_t resource;
+        Bytes reply;
+        std::uint32_t result;
+        std::uint32_t version;
+    } cases[] = {
+        {57, {0xF0, 1, 2, 3}, 0, 0x0203},  {62, {0xF0, 19, 0xFF, 1, 9}, 0, 0xFF01},
+        {34, {0xF0, 0, 1, 1}, 3, 0xAB},    {19, {0xF0, 18, 1, 1}, 3, 0xAB},
+        {20, {0xF1, 1, 1, 1}, 3, 0xAB},    {2, {0xF0}, 3, 0xAB},
+        {170, {0xF0, 1, 0, 0}, 0, 0x0000}, {1, {}, 3, 0xAB},
+        {63, {0xF0, 1, 1, 1}, 3, 0xAB},
+    };
+    for (const auto& one : cases)
+        m_service.Answer(one.resource, 0xF0, one.reply);
+    m_service.Answer(3, 0xF0, [](VARIANT& message) {
+        StoreBytes(message, {0xF0, 1, 1, 1});
+        return S_FALSE;
+    });
+    ASSERT_EQ(0u, m_control.OpenById(1));
+    for (const auto& one : cases)
+    {
+        SCOPED_TRACE(unsigned{one.resource});
+        std::uint32_t version = 0xAB;
+        EXPECT_EQ(one.result, m_control.QuerySupport(one.resource << 8u | 0xAA0000FFu, version));
+        EXPECT_EQ(one.version, version);
+        std::uint8_t major = 0xEE;
+        std::uint8_t minor = 0xEE;
+        EXPECT_EQ(one.result == 0 ? 0 : 0x80100010, m_control.GetServiceVersion(one.resource, major, minor));
+        EXPECT_EQ(one.result == 0 ? one.version : 0xEEEE, static_cast<std::uint32_t>(major << 8 | minor));
+    }
+    std::uint32_t version = 0;
+    EXPECT_EQ(3u, m_control.QuerySupport(0x301, version)) << "a result above 0 is no answer";
+
+    m_control.Close();
+    EXPECT_EQ(3u, m_control.QuerySupport(57 << 8, version));
+}
+
+TEST_F(VorlanControl, ReadsTheTimeServiceWhereItIsNewEnough)
+{
+    m_service.Answer(0x19, 0x1F,
+                     Bytes{0x20, 1, 2,                             // done, two sub-blocks
+                           5, 8, 10, 0, 0x00, 0x01, 0x12, 0x34,    // setting 10
+                           5, 8, 11, 0, 0x00, 0x02, 0x56, 0x78});  // setting 11
+    constexpr std::uint8_t kMajors[] = {0, 15, 16};
+    for (const std::uint8_t major : kMajors)
+    {
+        if (major != 0)
+            m_service.AnswerVersion(0x19, major, 0);
+        CVorlanControl control;
+        ASSERT_EQ(0u, control.OpenById(1));
+        const auto sent = m_service.TakeSent();
+        std::uint16_t first = 9;
+        std::uint16_t second = 9;
+        EXPECT_EQ(0u, control.GetTimeServiceParameters(first, second));
+        if (major == 16)
+        {
+            EXPECT_EQ(12u, sent.size());
+            EXPECT_EQ((Bytes{0x1F, 1, 0}), sent.back().bytes);
+            EXPECT_EQ(60000u, sent.back().timeoutMs);
+        }
+        else
+            EXPECT_EQ(11u, sent.size());
+        EXPECT_EQ(major == 16 ? 0x1234 : 0, first);
+        EXPECT_EQ(major == 16 ? 0x5678 : 0, second);
+        control.Close();
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Requests
+
+TEST_F(VorlanControl, SendsIdBodyAndExpectedReplies)
+{
+    Open();
+    m_service.Answer(7, 1, Bytes{1});
+    const struct
+    {
+        CMessage message;
+        std::uint32_t timeoutMs;
+        Sent sent;
+    } cases[] = {
+        {Message(7, 1, {0xAA, 0xBB}, {9, 2, 0xFF, 5}),
+         60000,
+         {7, {1, 0xAA, 0xBB}, -1, VT_ARRAY | VT_UI1, {2, 5, 9, 0xFF}, 60000}},
+        {Message(7, 1, {}, {}), 1, {7, {1}, -1, VT_EMPTY, {}, 1}},
+        {Message(7, 1, {0}, {3}), 0, {7, {1, 0}, 0, VT_EMPTY, {}, 0}},
+    };
+    for (const auto& one : cases)
+    {
+        CMessage message = one.message;
+        EXPECT_EQ(0u, m_control.Send(message, one.timeoutMs));
+        EXPECT_THAT(m_service.TakeSent(), ElementsAre(one.sent));
+    }
+}
+
+TEST_F(VorlanControl, AReplyReplacesTheMessage)
+{
+    Open();
+    const struct
+    {
+        const char* name;
+        std::function<HRESULT(VARIANT&)> answer;
+        std::uint32_t timeoutMs;
+        std::uint32_t result;
+        std::uint8_t id;
+        Bytes body;
+    } cases[] = {
+        {"id and body",
+         [](VARIANT& v) {
+             return StoreBytes(v, {2, 3, 4}), S_OK;
+         },
+         1,
+         0,
+         2,
+         {3, 4}},
+        {"id only", [](VARIANT& v) { return StoreBytes(v, {2}), S_OK; }, 1, 0, 2, {}},
+        {"no bytes", [](VARIANT& v) { return StoreBytes(v, {}), S_OK; }, 1, 0, 0, {}},
+        {"no array", [](VARIANT& v) { return VariantClear(&v); }, 1, 0, 0, {}},
+        {"null array",
+         [](VARIANT& v) {
+             VariantClear(&v);
+             v.vt = VT_ARRAY | VT_UI1;
+             v.parray = nullptr;
+             return S_OK;
+         },
+         1,
+         0,
+         0,
+         {}},
+        {"another success",
+         [](VARIANT& v) {
+             return StoreBytes(v, {2, 3}), S_FALSE;
+         },
+         1,
+         1,
+         2,
+         {3}},
+        {"failure",
+         [](VARIANT& v) {
+             return StoreBytes(v, {2, 3}), kFailure;
+         },
+         1,
+         0x80040123,
+         1,
+         {8, 9}},
+        {"no wait",
+         [](VARIANT& v) {
+             return StoreBytes(v, {2, 3}), S_OK;
+         },
+         0,
+         0,
+         1,
+         {8, 9}},
+    };
+    for (const auto& one : cases)
+    {
+        SCOPED_TRACE(one.name);
+        m_service.Answer(7, 1, one.answer);
+        CMessage message = Message(7, 1, {8, 9});
+        EXPECT_EQ(one.result, m_control.Send(message, one.timeoutMs));
+        EXPECT_EQ(7, message.GetResource());
+        EXPECT_EQ(one.id, message.GetMessageId());
+        EXPECT_TRUE(SameBytes(one.body, BodyOf(message)));
+        EXPECT_EQ(0u, message.GetPosition());
+    }
+}
+
+TEST_F(VorlanControl, SendsRawBytes)
+{
+    Open();
+    const std::uint8_t bytes[] = {1, 2, 3};
+    EXPECT_EQ(0u, m_control.SendRaw(3, bytes));
+    EXPECT_EQ(0u, m_control.SendRaw(0, nullptr));
+    EXPECT_THAT(m_service.TakeRaw(), ElementsAre(Bytes{1, 2, 3}, Bytes{}));
+    m_service.Returns("SendRaw", kFailure);
+    EXPECT_EQ(0x80040123, m_control.SendRaw(1, bytes));
+}
+
+TEST_F(VorlanControl, HasNoServiceBeforeTheOpenAndAfterTheClose)
+{
+    for (const bool closed : {false, true})
+    {
+        if (closed)
+        {
+            Open();
+            m_control.Close();
+        }
+        CMessage message = Message(7, 1);
+        EXPECT_EQ(0x80200001, ResultOf([&] { return m_control.Send(message, 1); }));
+        EXPECT_EQ(0x80200001, ResultOf([&] { return m_control.SendRaw(0, nullptr); }));
+        EXPECT_EQ(0x80200001, ResultOf([&] { return m_control.Subscribe(16, 0x6601); }));
+    }
+}
+
+TEST_F(VorlanControl, GivesEachOfSeveralThreadsItsOwnReply)
+{
+    Open();
+    m_service.Answer(7, 1, [](VARIANT&) { return S_OK; });  // Sends the request back.
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> threads;
+    for (std::uint8_t thread = 0; thread < 4; ++thread)
+        threads.emplace_back([&, thread] {
+            for (std::uint8_t i = 0; i < 100; ++i)
+            {
+                CMessage message = Message(7, 1, {thread, i});
+                if (m_control.Send(message, 1000) != 0 || BodyOf(message) != Bytes{thread, i})
+                    ++wrong;
+            }
+        });
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(0, wrong);
+}
+
+TEST_F(VorlanControl, SubscribesToServices)
+{
+    Open();
+    const struct
+    {
+        std::uint32_t action;
+        std::uint32_t id;
+        Bytes bytes;
+    } cases[] = {
+        {16, 0x6601, {0x10, 1, 0x66}},           {16, 0x6602, {0x10, 1, 0x66}},
+        {16, 0xABCD1401, {0x10, 2, 0x14, 0x66}}, {16, 0xFF10, {0x10, 3, 0x14, 0x66, 0xFF}},
+        {32, 0x6605, {0x10, 2, 0x14, 0xFF}},     {32, 0x0100, {0x10, 2, 0x14, 0xFF}},
+        {32, 0x1400, {0x10, 1, 0xFF}},           {32, 0xFF00, {0x10, 0}},
+    };
+    for (const auto& one : cases)
+    {
+        EXPECT_EQ(0u, m_control.Subscribe(one.action, one.id));
+        EXPECT_THAT(m_service.TakeSent(), ElementsAre(Sent{0x10, one.bytes, 0, VT_EMPTY, {}, 0}));
+    }
+    for (const std::uint32_t action : {0u, 7u, 48u})
+        EXPECT_EQ(0x80100013, m_control.Subscribe(action, 0x6601));
+    EXPECT_THAT(m_service.TakeSent(), IsEmpty());
+    m_service.Returns("Send", kFailure);
+    EXPECT_EQ(0x80040123, m_control.Subscribe(16, 0x6601));
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// What the phone says on its own
+
+class Indications : public VorlanControl
+{
+  protected:
+    Indications()
+    {
+        Open();
+        m_control.RegisterCallback(16, &Recorder::Callback<1>);
+    }
+
+    void MakeRawHandler()
+    {
+        AccessRecord record;
+        EXPECT_EQ(0u, m_control.SendRequest(ZEL_FULL_ACCESS_QUERY, &record));
+    }
+
+    /// What arrived before an event that is raised now.
+    std::vector<std::string> ArrivedSoFar()
+    {
+        RaiseEvent(0xEE);
+        EXPECT_TRUE(Eventually([&] {
+            const auto entries = m_recorder.Entries();
+            return !entries.empty() && entries.back() == "callback1 2 26113 238";
+        }));
+        auto entries = m_recorder.TakeEntries();
+        entries.pop_back();
+        return entries;
+    }
+};
+
+TEST_F(Indications, ArriveInOrderOnOneThread)
+{
+    RecordingTarget target(m_recorder, "target");
+    m_control.RegisterInterface(16, &target);
+    std::set<DWORD> threads;
+    m_recorder.onDelivery = [&](const std::string&, void*) { threads.insert(GetCurrentThreadId()); };
+    OnThread([&] {
+        RaiseEvent(1);
+        RaiseEvent(2);
+    }).join();
+    OnThread([&] { RaiseEvent(3); }).join();
+    EXPECT_TRUE(m_recorder.WaitFor(6));
+    EXPECT_THAT(m_recorder.Entries(), ElementsAre("target 2 26113 1", "callback1 2 26113 1", "target 2 26113 2",
+                                                  "callback1 2 26113 2", "target 2 26113 3", "callback1 2 26113 3"));
+    EXPECT_EQ(1u, threads.size());
+    EXPECT_EQ(0u, threads.count(GetCurrentThreadId()));
+}
+
+TEST_F(Indications, DropWhatIsNoMessage)
+{
+    MakeRawHandler();
+    VARIANT variant;
+    VariantInit(&variant);
+    const auto raiseBoth = [&](VARIANT* message) {
+        EXPECT_EQ(S_OK, m_control.OnMessageReceived(0x66, message));
+        EXPECT_EQ(S_OK, m_control.OnRawMessageReceived(message));
+    };
+    raiseBoth(nullptr);
+    raiseBoth(&variant);
+    variant.vt = VT_ARRAY | VT_UI1;
+    raiseBoth(&variant);
+    variant.vt = VT_I4;
+    raiseBoth(&variant);
+    variant.vt = VT_ARRAY | VT_UI2;
+    variant.parray = SafeArrayCreateVector(VT_UI2, 0, 8);
+    raiseBoth(&variant);
+    VariantClear(&variant);
+
+    m_service.RaiseMessage(0x66, Bytes{});
+    m_service.RaiseMessage(0x66, Bytes{0, 0, 0});
+    m_service.RaiseMessage(0x66, Indication(0x85, {1}));  // Not an indication of the service.
+    m_service.RaiseMessage(0x04, Indication(0x84, {1}));  // No such service.
+    m_service.RaiseMessage(0x6D, Indication(0x84, {1}));  // A service without indications.
+    EXPECT_THAT(ArrivedSoFar(), IsEmpty());
+
+    m_service.RaiseMessage(0x66, Indication(0x84, {}));
+    EXPECT_THAT(ArrivedSoFar(), ElementsAre("callback1 2 26113 0"));
+}
+
+TEST_F(Indications, RawMessagesNeedTheirHandler)
+{
+    m_service.RaiseRawMessage(Bytes{1, 2});
+    EXPECT_THAT(ArrivedSoFar(), IsEmpty());
+    MakeRawHandler();
+    m_service.RaiseRawMessage(Bytes{1, 2, 3, 4, 5});
+    m_service.RaiseRawMessage(Bytes{});
+    EXPECT_THAT(ArrivedSoFar(), ElementsAre("callback1 2 65296 raw 1 2 3 4 5", "callback1 2 65296 raw"));
+}
+
+TEST_F(Indications, OfTheRawServiceMakeItsHandler)
+{
+    m_service.RaiseMessage(0xFF, Indication(9, {7, 8}));
+    m_service.RaiseRawMessage(Bytes{6});
+    EXPECT_THAT(ArrivedSoFar(), ElementsAre("callback1 2 65296 raw 7 8", "callback1 2 65296 raw 6"));
+    EXPECT_THAT(m_service.TakeCalls(), ElementsAre("GetAccess"));
+}
+
+TEST_F(Indications, ConnectionEventsArriveOnTheServicesThread)
+{
+    DWORD delivered = 0;
+    m_recorder.onDelivery = [&](const std::string&, void*) { delivered = GetCurrentThreadId(); };
+    m_service.RaiseConnectionEvent();
+    EXPECT_EQ(GetCurrentThreadId(), delivered);
+    EXPECT_THAT(m_recorder.Entries(), ElementsAre("callback1 1 0 null"));
+}
+
+TEST_F(Indications, FreeTheirRecordAfterTheDelivery)
+{
+    constexpr std::size_t kCount = 2000;
+    for (const bool throws : {false, true})
+    {
+        // Freed records come back; as many addresses as records means that none was freed.
+        std::set<void*> addresses;
+        std::size_t delivered = 0;
+        m_recorder.onDelivery = [&](const std::string&, void* record) {
+            ++delivered;
+            addresses.insert(record);
+            if (throws)
+                throw std::uint32_t{1};
+        };
+        for (std::size_t i = 0; i < kCount; ++i)
+        {
+            RaiseEvent(1);
+            ASSERT_TRUE(m_recorder.WaitFor(i + 1));
+        }
+        m_control.Stop(60000);
+        EXPECT_EQ(kCount, delivered);
+        EXPECT_LT(addresses.size(), kCount / 2);
+        m_recorder.TakeEntries();
+        m_recorder.onDelivery = nullptr;
+        m_control.Start();
+    }
+}
+
+TEST_F(Indications, ACallbackMaySendAndSubscribe)
+{
+    m_service.Answer(0x19, 0x0A, Bytes{0x0B, 0});
+    std::vector<std::uint32_t> results;
+    m_recorder.onDelivery = [&](const std::string&, void*) {
+        TimeRecord record;
+        results.push_back(m_control.SendRequest(ZEL_TIME_READ, &record));
+        results.push_back(m_control.Subscribe(16, ZEL_MESSAGING_EVENT));
+        results.push_back(m_control.RegisterCallback(32, &Recorder::Callback<1>));
+        m_recorder.Append("done");
+    };
+    RaiseEvent(1);
+    EXPECT_TRUE(m_recorder.WaitFor(2));
+    EXPECT_THAT(results, ElementsAre(0, 0, 0));
+    EXPECT_EQ(2u, m_service.TakeSent().size());
+}
+
+TEST_F(Indications, CloseWaitsForARunningDelivery)
+{
+    Signal entered;
+    Signal release;
+    m_recorder.onDelivery = [&](const std::string&, void*) {
+        entered.Set();
+        release.Wait();
+        m_recorder.Append("delivered");
+    };
+    RaiseEvent(1);
+    RaiseEvent(2);
+    ASSERT_TRUE(entered.Wait());
+    std::thread closer = OnThread([&] {
+        m_control.Close();
+        m_recorder.Append("closed");
+    });
+    Sleep(50);
+    m_recorder.onDelivery = nullptr;
+    release.Set();
+    closer.join();
+    const auto entries = m_recorder.Entries();
+    EXPECT_EQ("delivered", entries[1]);
+    EXPECT_EQ("closed", entries.back());
+    RaiseEvent(3);
+    EXPECT_EQ(entries, m_recorder.Entries()) << "nothing arrives after the close";
+}
+
+TEST_F(Indications, NothingIsDeliveredOnceTheSinksAreUnadvised)
+{
+    m_control.Close();
+    RaiseEvent(1);
+    m_service.RaiseConnectionEvent();
+    EXPECT_THAT(m_recorder.Entries(), IsEmpty());
+}
+
+TEST_F(VorlanControl, IsNotDestroyedUnderARunningEvent)
+{
+    auto control = std::make_unique<CVorlanControl>();
+    ASSERT_EQ(0u, control->OpenById(1));
+    control->RegisterCallback(16, &Recorder::Callback<1>);
+    Signal entered;
+    Signal release;
+    m_recorder.onDelivery = [&](const std::string&, void*) {
+        entered.Set();
+        release.Wait();
+        m_recorder.Append("delivered");
+    };
+    std::thread event = OnThread([&] { m_service.RaiseConnectionEvent(); });
+    ASSERT_TRUE(entered.Wait());
+    std::thread destroyer = OnThread([&] {
+        control->Close();
+        control.reset();
+        m_recorder.Append("destroyed");
+    });
+    Sleep(50);
+    release.Set();
+    event.join();
+    destroyer.join();
+    EXPECT_THAT(m_recorder.Entries(), ElementsAre("callback1 1 0 null", "delivered", "destroyed"));
+}
+
+TEST_F(VorlanControl, OutlivesTheLastReferenceToItsSinks)
+{
+    auto control = std::make_unique<CVorlanControl>();
+    IVorlanServiceEvents& sink = *control;
+    sink.AddRef();
+    std::thread destroyer = OnThread([&] {
+        control.reset();
+        m_recorder.Append("destroyed");
+    });
+    Sleep(50);
+    m_recorder.Append("released");
+    EXPECT_EQ(0u, sink.Release());
+    destroyer.join();
+    EXPECT_THAT(m_recorder.Entries(), ElementsAre("released", "destroyed"));
+}
+
+TEST_F(VorlanControl, EachSinkAnswersForItsOwnInterface)
+{
+    const struct
+    {
+        IUnknown* sink;
+        const IID& own;
+        const IID& other;
+    } cases[] = {
+        {static_cast<CIVorlanServiceEvents*>(&m_control), IID_IVorlanServiceEvents, IID_IVorlanServiceEvents2},
+        {static_cast<CIVorlanServiceEvents2*>(&m_control), IID_IVorlanServiceEvents2, IID_IVorlanServiceEvents},
+    };
+    for (const auto& one : cases)
+    {
+        void* object = nullptr;
+        EXPECT_EQ(S_OK, one.sink->QueryInterface(IID_IUnknown, &object));
+        EXPECT_EQ(one.sink, object);
+        EXPECT_EQ(S_OK, one.sink->QueryInterface(one.own, &object));
+        EXPECT_EQ(one.sink, object);
+        EXPECT_EQ(3u, one.sink->AddRef());
+        for (const IID* refused : {&one.other, &IID_IDispatch, &IID_IVorlanService2})
+        {
+            object = this;
+            EXPECT_EQ(E_NOINTERFACE, one.sink->QueryInterface(*refused, &object));
+            EXPECT_EQ(nullptr, object);
+        }
+        EXPECT_EQ(E_POINTER, one.sink->QueryInterface(one.own, nullptr));
+        for (const ULONG left : {2u, 1u, 0u})
+            EXPECT_EQ(left, one.sink->Release());
+    }
+}
+
+}  // namespace

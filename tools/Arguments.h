@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zelctl
+{
+
+/// An option that a command takes.
+struct Option
+{
+    const char* name;   ///< With its dashes.
+    const char* value;  ///< What its value is called in the help; empty for a flag.
+    const char* help;
+};
+
+/// Options that were given, with their values.
+using OptionValues = std::map<std::string, std::string, std::less<>>;
+
+struct NumberRange
+{
+    std::uint32_t minimum = 0;
+    std::uint32_t maximum = 0xFFFFFFFF;
+};
+
+/// Takes the known options out of `words`, up to a word "--"; others stay.
+OptionValues TakeOptions(std::vector<std::string>& words, std::span<const Option> known);
+
+/// A number, decimal or hex with 0x. `what` names it in the message of a CUsageError.
+std::uint32_t ParseNumber(std::string_view text, std::string_view what, NumberRange range = {});
+
+/// Bytes in hex, in as many words as you like: "01 0A", "010A".
+std::vector<std::uint8_t> ParseHex(std::span<const std::string> words);
+
+/// What stands behind the name of a command.
+class CArguments
+{
+  public:
+    /// Throws CUsageError for an option that is not known.
+    CArguments(std::vector<std::string> words, std::span<const Option> known);
+
+    std::size_t Count() const { return m_words.size(); }
+    std::span<const std::string> Words() const { return m_words; }
+    /// REQUIRES: index < Count().
+    const std::string& Text(std::size_t index) const { return m_words[index]; }
+    std::uint32_t Number(std::size_t index, std::string_view what, NumberRange range = {}) const;
+
+    bool Has(std::string_view option) const { return m_options.contains(option); }
+    std::optional<std::uint32_t> OptionNumber(std::string_view option, NumberRange range = {}) const;
+
+  private:
+    std::vector<std::string> m_words;
+    OptionValues m_options;
+};
+
+}  // namespace zelctl

@@ -3,6 +3,7 @@
 #include "BareClient.h"
 #include "ServiceProcess.h"
 #include "support/ComApartment.h"
+#include "support/TypeLibrary.h"
 #include "zelapi/full_access.h"
 #include "zelapi/time.h"
 #include "zelapi/zelapi.h"
@@ -10,7 +11,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <psapi.h>
 #include <stdexcept>
 #include <string_view>
 #include <tlhelp32.h>
@@ -19,8 +19,7 @@
 namespace
 {
 
-constexpr int kRounds = 21;
-constexpr int kConnections = 16;
+constexpr int kConnections = 64;
 
 struct Variant
 {
@@ -47,17 +46,20 @@ void Require(bool condition, const char* what)
         throw std::runtime_error(what);
 }
 
-/// The first variant is the library.
+/// The first variant is the library. It is compared with another round by round, because the machine may be slower in
+/// some rounds than in others.
 void Report(const char* title, const std::vector<Variant>& variants)
 {
-    std::printf("%s, median of %d rounds\n", title, kRounds);
-    const double library = Median(variants[0].rounds);
+    const std::vector<double>& library = variants[0].rounds;
+    std::printf("%s, median of %zu rounds\n", title, library.size());
     for (const Variant& variant : variants)
     {
-        const double median = Median(variant.rounds);
-        std::printf("  %-46s %9.2f us", variant.name, median);
+        std::printf("  %-38s %9.2f us", variant.name, Median(variant.rounds));
+        std::vector<double> ratios;
+        for (std::size_t i = 0; i < library.size(); ++i)
+            ratios.push_back(library[i] / variant.rounds[i]);
         if (&variant != &variants[0])
-            std::printf("   library / this = %.3f", library / median);
+            std::printf("   library / this = %.3f", Median(ratios));
         std::printf("\n");
     }
 }
@@ -85,13 +87,13 @@ double MicrosecondsForOne(int count, Exchange&& exchange)
     return Microseconds(Ticks() - start) / count;
 }
 
-void MeasureRequests(const char* title, int count)
+void MeasureRequests(const char* title, int rounds, int count)
 {
     const OpenConnection library;
     const BareClient bare;
     Require(bare.IsOpen(), "the bare client opens");
     std::vector<Variant> variants = {{"library", {}}, {"by hand", {}}, {"by hand, through the interface table", {}}};
-    for (int round = 0; round <= kRounds; ++round)
+    for (int round = 0; round <= rounds; ++round)
     {
         TimeRecord record = {};
         const double times[] = {
@@ -147,13 +149,13 @@ class Arrivals
     std::atomic<long long> m_time = 0;
 };
 
-void MeasureIndications(const char* title, int count)
+void MeasureIndications(const char* title, int rounds, int count)
 {
     Arrivals arrivals;
     std::vector<Variant> variants = {
         {"library", {}}, {"by hand, delivered on a thread", {}}, {"by hand, on the service's thread", {}}};
     const BareClient bare;
-    for (int round = 0; round <= kRounds; ++round)
+    for (int round = 0; round <= rounds; ++round)
     {
         std::vector<double> times;
         {
@@ -175,38 +177,49 @@ void MeasureIndications(const char* title, int count)
 
 struct Usage
 {
-    double threads;
-    double heap;     // Bytes of busy blocks of all heaps.
-    double privates;  // Private bytes of the process.
+    double threads = 0;
+    double heap = 0;       // Bytes of busy blocks of all heaps.
+    double committed = 0;  // Bytes of private memory with storage behind it.
 };
+
+double ThreadsOfThisProcess()
+{
+    double threads = 0;
+    HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry = {};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry))
+        if (entry.th32OwnerProcessID == GetCurrentProcessId())
+            ++threads;
+    CloseHandle(snapshot);
+    return threads;
+}
+
+double BusyBytesOf(HANDLE heap)
+{
+    double bytes = 0;
+    PROCESS_HEAP_ENTRY entry = {};
+    HeapLock(heap);
+    while (HeapWalk(heap, &entry))
+        if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0)
+            bytes += entry.cbData;
+    HeapUnlock(heap);
+    return bytes;
+}
 
 Usage CurrentUsage()
 {
-    Usage usage = {};
-    HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    THREADENTRY32 thread = {};
-    thread.dwSize = sizeof thread;
-    for (BOOL more = Thread32First(snapshot, &thread); more; more = Thread32Next(snapshot, &thread))
-        if (thread.th32OwnerProcessID == GetCurrentProcessId())
-            ++usage.threads;
-    CloseHandle(snapshot);
-
+    Usage usage;
+    usage.threads = ThreadsOfThisProcess();
     HANDLE heaps[64];
-    const DWORD count = GetProcessHeaps(64, heaps);
+    const DWORD count = std::min<DWORD>(GetProcessHeaps(64, heaps), 64);
     for (DWORD i = 0; i < count; ++i)
-    {
-        PROCESS_HEAP_ENTRY entry = {};
-        HeapLock(heaps[i]);
-        while (HeapWalk(heaps[i], &entry))
-            if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0)
-                usage.heap += entry.cbData;
-        HeapUnlock(heaps[i]);
-    }
-
-    PROCESS_MEMORY_COUNTERS_EX counters = {};
-    counters.cb = sizeof counters;
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters), sizeof counters);
-    usage.privates = static_cast<double>(counters.PrivateUsage);
+        usage.heap += BusyBytesOf(heaps[i]);
+    MEMORY_BASIC_INFORMATION region = {};
+    for (std::uintptr_t at = 0; VirtualQuery(reinterpret_cast<void*>(at), &region, sizeof region) != 0;
+         at += region.RegionSize)
+        if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE)
+            usage.committed += static_cast<double>(region.RegionSize);
     return usage;
 }
 
@@ -219,26 +232,26 @@ void MeasureMemory(const char* title)
     const std::vector<OpenConnection> open(kConnections);
     const Usage after = CurrentUsage();
     std::printf("%s, mean of %d\n", title, kConnections);
-    std::printf("  threads                        %8.2f\n", (after.threads - before.threads) / kConnections);
-    std::printf("  heap                           %8.2f KiB\n", (after.heap - before.heap) / kConnections / 1024);
-    std::printf("  private bytes, stacks included %8.2f KiB\n",
-                (after.privates - before.privates) / kConnections / 1024);
+    std::printf("  threads                         %9.2f\n", (after.threads - before.threads) / kConnections);
+    std::printf("  heap blocks                     %9.2f KiB\n", (after.heap - before.heap) / kConnections / 1024);
+    std::printf("  committed, both stacks included %9.2f KiB\n",
+                (after.committed - before.committed) / kConnections / 1024);
 }
 
 void MeasureAll()
 {
     const ComApartment apartment;
+    Require(SUCCEEDED(RegisterTypeLibrary()), "the type library is registered");
     {
         const MeasuredService service(CLSCTX_INPROC_SERVER);
-        MeasureRequests("Request, service in this process", 2000);
-        MeasureIndications("Indication, service in this process", 25);
+        MeasureRequests("Request, service in this process", 201, 200);
+        MeasureIndications("Indication, service in this process", 51, 9);
         MeasureMemory("Open connection, service in this process");
     }
-    Require(SUCCEEDED(RegisterTypes()), "the type library is registered");
     const ServiceProcess service;
     Require(service.IsReady(), "the service process starts");
-    MeasureRequests("Request, service in another process", 300);
-    MeasureIndications("Indication, service in another process", 25);
+    MeasureRequests("Request, service in another process", 201, 10);
+    MeasureIndications("Indication, service in another process", 51, 9);
     MeasureMemory("Open connection, service in another process");
 }
 

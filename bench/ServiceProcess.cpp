@@ -68,15 +68,6 @@ void MeasuredService::RaiseEvents()
     }
 }
 
-HRESULT RegisterTypes()
-{
-    ITypeLib* library = nullptr;
-    const HRESULT result = LoadTypeLibEx(ProgramPath().c_str(), REGKIND_REGISTER, &library);
-    if (SUCCEEDED(result))
-        library->Release();
-    return result;
-}
-
 int ServeUntilTold()
 {
     const ComApartment apartment;

@@ -34,9 +34,6 @@ class MeasuredService
 /// When the last event was raised.
 long long LastEventRaised();
 
-/// Makes the type library of this program the marshaller of the service's interfaces.
-HRESULT RegisterTypes();
-
 /// Serves other processes until the process that started this one says so.
 int ServeUntilTold();
 

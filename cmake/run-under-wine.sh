@@ -10,10 +10,12 @@ export WINEPREFIX WINEDEBUG WINEDLLOVERRIDES
 unset DISPLAY
 mkdir -p "$(dirname -- "$WINEPREFIX")"
 if [ -n "${ZELAPI_FRESH_WINE:-}" ]; then
-    wineserver -k || true
+    wineserver -k
+    wineserver -w
     wine "$@"
     code=$?
-    wineserver -k || true
+    wineserver -k
+    wineserver -w
     exit $code
 fi
 exec wine "$@"

@@ -9,6 +9,10 @@ BUILD_PACKAGES=(
     libwine-dev wine wine64
 )
 
+# What the tests need besides: the native build with its sanitizers, and the linters.
+# shellcheck disable=SC2034
+TEST_PACKAGES=(clang clang-format-14 clang-tidy-14 libclang-rt-14-dev googletest libbenchmark-dev)
+
 # install_packages PACKAGE...: installs those that are missing; needs root only then.
 install_packages() {
     local package missing=()

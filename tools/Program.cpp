@@ -38,13 +38,14 @@ std::string SecondWords(const std::string& word)
     return seconds;
 }
 
-[[noreturn]] void ThrowNoCommand(const std::vector<std::string>& words)
+[[noreturn]] void ThrowNoCommand(const std::string& word)
 {
-    const std::string seconds = SecondWords(words[0]);
+    if (word.starts_with("-"))
+        throw CUsageError("unknown option " + word);
+    const std::string seconds = SecondWords(word);
     if (seconds.empty())
-        throw CUsageError("there is no command \"" + words[0] + "\"; see zelctl --help");
-    throw CUsageError("\"" + words[0] + "\" is to be followed by one of: " + seconds + "; see zelctl " + words[0] +
-                      " --help");
+        throw CUsageError("there is no command \"" + word + "\"");
+    throw CUsageError("\"" + word + "\" is to be followed by one of: " + seconds);
 }
 
 std::size_t WordsIn(const Command& command)
@@ -90,34 +91,55 @@ Target TargetOf(const OptionValues& options)
     return target;
 }
 
-void RunCommand(const Command& command, std::vector<std::string> words, const Target& target, const COutput& output,
-                const CStopSignal& stop)
+/// A command line, understood as far as its command.
+struct Invocation
+{
+    bool help;
+    Target target;
+    const Command* command;          ///< Null where only help is wanted.
+    std::vector<std::string> words;  ///< What follows the command; with `help` all words.
+};
+
+Invocation Understand(std::vector<std::string> words)
 try
 {
-    const CArguments arguments(std::move(words), command.options);
-    CheckCount(command, arguments);
-    CContext context(arguments, output, stop, target);
-    command.run(context);
+    const OptionValues options = TakeOptions(words, GlobalOptions());
+    if (options.contains("--help"))
+        return {true, {}, nullptr, std::move(words)};
+    if (words.empty())
+        throw CUsageError("a command is missing");
+    const Command* command = FindCommand(words);
+    if (command == nullptr)
+        ThrowNoCommand(words[0]);
+    words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(WordsIn(*command)));
+    return {false, TargetOf(options), command, std::move(words)};
 }
 catch (const CUsageError& error)
 {
-    throw CUsageError(std::string(error.what()) + "\n  Usage: " + UsageOf(command) + "\n  See zelctl " + command.name +
-                      " --help");
+    throw CUsageError(std::string(error.what()) + "\n  See zelctl --help");
+}
+
+void RunCommand(const Invocation& invocation, const COutput& output, const CStopSignal& stop)
+try
+{
+    const CArguments arguments(invocation.words, invocation.command->options);
+    CheckCount(*invocation.command, arguments);
+    CContext context(arguments, output, stop, invocation.target);
+    invocation.command->run(context);
+}
+catch (const CUsageError& error)
+{
+    throw CUsageError(std::string(error.what()) + "\n  Usage: " + UsageOf(*invocation.command) + "\n  See zelctl " +
+                      invocation.command->name + " --help");
 }
 
 void Run(std::vector<std::string> words, const COutput& output, const CStopSignal& stop)
 {
-    const OptionValues options = TakeOptions(words, GlobalOptions());
-    if (options.contains("--help"))
-        return COutput::Write(HelpFor(words));
-    if (words.empty())
-        throw CUsageError("a command is missing; see zelctl --help");
-    const Target target = TargetOf(options);
-    const Command* command = FindCommand(words);
-    if (command == nullptr)
-        ThrowNoCommand(words);
-    words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(WordsIn(*command)));
-    RunCommand(*command, std::move(words), target, output, stop);
+    const Invocation invocation = Understand(std::move(words));
+    if (invocation.help)
+        COutput::Write(HelpFor(invocation.words));
+    else
+        RunCommand(invocation, output, stop);
 }
 
 /// Looked up before everything else, so that a wrong option is reported in the right form, too.

@@ -1,8 +1,13 @@
 #include "connection/HandlerRegistry.h"
 
+#include "handlers/CalendarHandler.h"
+#include "handlers/CallHandler.h"
 #include "handlers/File2Handler.h"
 #include "handlers/FullAccessHandler.h"
 #include "handlers/MessagingHandler.h"
+#include "handlers/PNDHandler.h"
+#include "handlers/SMSHandler.h"
+#include "handlers/StorageHandler.h"
 #include "handlers/TimeHandler.h"
 
 #include <algorithm>
@@ -41,12 +46,23 @@ std::shared_ptr<CContentHandler> CHandlerRegistry::Create(std::uint8_t resource)
 {
     switch (resource)
     {
+    case 0x01:
+        return std::make_shared<CCallHandler>();
+    case 0x02:
+    case 0x14:
+        return std::make_shared<CSMSHandler>();
+    case 0x03:
+        return std::make_shared<CPNDHandler>();
+    case 0x13:
+        return std::make_shared<CCalendarHandler>();
     case 0x19:
         return std::make_shared<CTimeHandler>();
     case 0x66:
         return std::make_shared<CMessagingHandler>();
     case 0x6D:
         return std::make_shared<CFile2Handler>();
+    case 0xAA:
+        return std::make_shared<CStorageHandler>();
     case kFullAccess:
         return CreateFullAccess();
     default:

@@ -4,6 +4,7 @@
 #include "handlers/SubBlockRun.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace

@@ -90,7 +90,7 @@ void CMsgBase::AppendStringN(const OLECHAR* text, std::int32_t length, std::int3
 std::uint32_t CMsgBase::Available() const
 {
     const auto size = GetSize();
-    return static_cast<std::int32_t>(m_position) < 0 || m_position >= size ? 0 : size - m_position;
+    return m_position < size ? size - m_position : 0;
 }
 
 const std::uint8_t* CMsgBase::Cursor() const

@@ -73,8 +73,7 @@ class CMsgBase
     void TakeFrom(CMsgBase& source, std::uint32_t count);
 
   private:
-    /// Where the cursor stands in the body, its end if the cursor is beyond it or, as a signed number, before its
-    /// start.
+    /// Where the cursor stands in the body; its end if the cursor is beyond it.
     const std::uint8_t* Cursor() const;
     /// Number of bytes from the cursor to the end.
     std::uint32_t Available() const;

@@ -2,14 +2,19 @@
 
 #include "message/Platform.h"
 
-CAutoLock::CAutoLock(CRITICAL_SECTION* section) : m_section(section)
+CAutoLock::CAutoLock(CRITICAL_SECTION* section) : m_section(IsReadable(section) ? section : nullptr)
 {
-    if (IsReadable(m_section))
+    if (m_section != nullptr)
         EnterCriticalSection(m_section);
+}
+
+CAutoLock::CAutoLock(CCriticalSection& section) : m_section(section)
+{
+    EnterCriticalSection(m_section);
 }
 
 CAutoLock::~CAutoLock()
 {
-    if (IsReadable(m_section))
+    if (m_section != nullptr)
         LeaveCriticalSection(m_section);
 }

@@ -2,19 +2,6 @@
 
 #include <windows.h>
 
-/// Holds a critical section while it lives. A null or unreadable one is left alone.
-class CAutoLock
-{
-  public:
-    explicit CAutoLock(CRITICAL_SECTION* section);
-    CAutoLock(const CAutoLock&) = delete;
-    CAutoLock& operator=(const CAutoLock&) = delete;
-    virtual ~CAutoLock();
-
-  private:
-    CRITICAL_SECTION* m_section;
-};
-
 /// Owns a critical section.
 class CCriticalSection
 {
@@ -28,4 +15,19 @@ class CCriticalSection
 
   private:
     CRITICAL_SECTION m_section;
+};
+
+/// Holds a critical section while it lives. A null or unreadable one is left alone.
+class CAutoLock
+{
+  public:
+    explicit CAutoLock(CRITICAL_SECTION* section);
+    /// An owned section is there; testing its address costs more than entering it.
+    explicit CAutoLock(CCriticalSection& section);
+    CAutoLock(const CAutoLock&) = delete;
+    CAutoLock& operator=(const CAutoLock&) = delete;
+    virtual ~CAutoLock();
+
+  private:
+    CRITICAL_SECTION* m_section;
 };

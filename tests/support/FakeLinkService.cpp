@@ -308,7 +308,7 @@ class FakeParts
 
 FakeLinkService::FakeLinkService(DWORD context)
 {
-    m_nulls.insert("QueryBroker");
+    Reset();
     auto* factory = new FakeParts::Factory(*this);
     CoRegisterClassObject(CLSID_VorlanLocator, factory->Identity(), context, REGCLS_MULTIPLEUSE, &m_classCookie);
     factory->Release();
@@ -318,6 +318,19 @@ FakeLinkService::FakeLinkService(DWORD context)
 FakeLinkService::~FakeLinkService()
 {
     CoRevokeClassObject(m_classCookie);
+}
+
+void FakeLinkService::Reset()
+{
+    const std::scoped_lock guard(m_lock);
+    m_results.clear();
+    m_nulls = {"QueryBroker"};
+    m_hooks.clear();
+    m_answers.clear();
+    m_calls.clear();
+    m_sent.clear();
+    m_raw.clear();
+    m_offersBroker = false;
 }
 
 void FakeLinkService::Returns(const std::string& step, HRESULT result)
@@ -475,6 +488,14 @@ void FakeLinkService::RaiseConnectionEvent()
         static_cast<IVorlanServiceEvents*>(sink)->OnConnectionEvent();
         sink->Release();
     }
+}
+
+void FakeLinkService::DropSinks()
+{
+    const std::scoped_lock guard(m_lock);
+    for (auto& sinks : m_sinks)
+        for (const auto& [cookie, sink] : std::exchange(sinks, {}))
+            sink->Release();
 }
 
 std::size_t FakeLinkService::AdvisedSinks() const

@@ -16,7 +16,8 @@
 #include <vector>
 
 /// A link service whose every step is in the hands of a test. It serves the process that makes it, or other processes
-/// with CLSCTX_LOCAL_SERVER. REQUIRES: the thread that makes it is in the multithreaded apartment.
+/// with CLSCTX_LOCAL_SERVER. One at a time. REQUIRES: the thread that makes it is in the multithreaded apartment, and the
+/// type library is registered (TypeLibrary.h).
 ///
 /// The steps by name: CreateLocator, Find, FindDevice, QueryDevice, QueryBroker, Connect, QueryService, SelectRange,
 /// OpenById, OpenBySerialNumber, GetDevice, QueryBrokered, QueryContainer, FindPoint1, FindPoint2, Advise1, Advise2,
@@ -49,6 +50,8 @@ class FakeLinkService
     FakeLinkService& operator=(const FakeLinkService&) = delete;
     ~FakeLinkService();
 
+    /// Forgets everything that was prepared and noted.
+    void Reset();
     /// The step's result from now on. A step that succeeds with null hands out no object.
     void Returns(const std::string& step, HRESULT result);
     void GivesNull(const std::string& step);
@@ -77,6 +80,9 @@ class FakeLinkService
     void RaiseRawMessage(VARIANT* message);
     void RaiseRawMessage(const Bytes& message);
     void RaiseConnectionEvent();
+
+    /// Lets go of all sinks, as a service does that ends.
+    void DropSinks();
 
     /// Objects that clients still hold.
     long LiveObjects() const { return m_liveObjects; }

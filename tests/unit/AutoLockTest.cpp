@@ -23,7 +23,7 @@ TEST(AutoLock, HoldsTheSectionWhileItLives)
     CCriticalSection section;
     {
         const CAutoLock outer(section);
-        const CAutoLock inner(section);
+        const CAutoLock inner(static_cast<CRITICAL_SECTION*>(section));
         EXPECT_FALSE(IsFreeForOthers(section));
     }
     EXPECT_TRUE(IsFreeForOthers(section));

@@ -125,11 +125,11 @@ TEST_F(Pointer, ReportsTheStepThatFailsAndKeepsNothing)
         for (const auto& one : cases)
         {
             SCOPED_TRACE(one.step);
-            FakeLinkService service;
+            m_service.Reset();
             if (one.null)
-                service.GivesNull(one.step);
+                m_service.GivesNull(one.step);
             else
-                service.Returns(one.step, kFailure);
+                m_service.Returns(one.step, kFailure);
             CSLSrvPtr pointer;
             if (useTable)
                 pointer.UseTable();
@@ -137,7 +137,7 @@ TEST_F(Pointer, ReportsTheStepThatFailsAndKeepsNothing)
             EXPECT_FALSE(pointer.HasService());
             EXPECT_FALSE(pointer.GetService());
             pointer.Disconnect();
-            EXPECT_EQ(0, service.LiveObjects());
+            EXPECT_EQ(0, m_service.LiveObjects());
         }
 }
 

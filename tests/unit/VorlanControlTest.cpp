@@ -20,6 +20,8 @@ using Sent = FakeLinkService::Sent;
 class VorlanControl : public ConnectionFixture
 {
   protected:
+    ~VorlanControl() override { m_service.DropSinks(); }
+
     void Open()
     {
         ASSERT_EQ(0u, m_control.OpenById(1));
@@ -134,9 +136,11 @@ TEST_F(VorlanControl, OpensBySerialNumberAndMedium)
             m_service.OffersBroker();
         for (const auto& one : cases)
         {
+            m_service.TakeCalls();
             CVorlanControl control;
             EXPECT_EQ(0u, control.OpenBySerialNumber(one.serial, one.medium));
             const auto calls = m_service.TakeCalls();
+            ASSERT_LT(3u, calls.size());
             EXPECT_EQ((broker ? "Brokered." : "") + std::string(one.call), calls[broker ? 3 : 2]);
             control.Close();
         }
@@ -160,23 +164,23 @@ TEST_F(VorlanControl, ReportsAFailedOpenAndLeavesNothingBehind)
     for (const auto& one : cases)
     {
         SCOPED_TRACE(one.step);
-        FakeLinkService service;
+        m_service.Reset();
         if (one.broker)
-            service.OffersBroker();
+            m_service.OffersBroker();
         for (const char* step : {"OpenById", "OpenBySerialNumber"})
         {
             const std::string failing = std::string(one.step) == "Open" ? step : one.step;
             if (one.null)
-                service.GivesNull(failing);
+                m_service.GivesNull(failing);
             else
-                service.Returns(failing, kFailure);
+                m_service.Returns(failing, kFailure);
         }
         CVorlanControl control;
         EXPECT_EQ(0x80100010, control.OpenById(1));
-        EXPECT_EQ(0, service.LiveObjects());
+        EXPECT_EQ(0, m_service.LiveObjects());
         EXPECT_EQ(static_cast<std::uint32_t>(one.null ? E_NOINTERFACE : kFailure), control.OpenBySerialNumber(L"1", 2));
-        EXPECT_EQ(0, service.LiveObjects());
-        EXPECT_EQ(0u, service.AdvisedSinks());
+        EXPECT_EQ(0, m_service.LiveObjects());
+        EXPECT_EQ(0u, m_service.AdvisedSinks());
     }
 }
 
@@ -184,11 +188,11 @@ TEST_F(VorlanControl, OpensWithoutTheFirstEvents)
 {
     for (const char* step : {"FindPoint1", "Advise1"})
     {
-        FakeLinkService service;
-        service.Returns(step, kFailure);
+        m_service.Reset();
+        m_service.Returns(step, kFailure);
         CVorlanControl control;
         EXPECT_EQ(0u, control.OpenById(1)) << step;
-        EXPECT_EQ(1u, service.AdvisedSinks());
+        EXPECT_EQ(1u, m_service.AdvisedSinks());
         control.Close();
     }
 }
@@ -202,13 +206,14 @@ TEST_F(VorlanControl, CloseReportsTheLastUnadviseAndGoesOn)
     } cases[] = {{"Unadvise1", 0}, {"Unadvise2", 0x80040123}, {"QueryContainer", 0x80040123}};
     for (const auto& one : cases)
     {
-        FakeLinkService service;
+        m_service.Reset();
         CVorlanControl control;
         ASSERT_EQ(0u, control.OpenById(1));
-        service.Returns(one.step, kFailure);
+        m_service.Returns(one.step, kFailure);
         EXPECT_EQ(one.result, control.Close()) << one.step;
         CMessage message = Message(25, 1);
         EXPECT_THROW(control.Send(message, 0), std::uint32_t) << "the service is gone all the same";
+        m_service.DropSinks();
     }
 }
 

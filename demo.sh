@@ -1,0 +1,126 @@
+#!/usr/bin/env bash
+# Shows the library at work: builds it, starts the development link service, and talks to its phone with zelctl.
+# On a fresh Debian 12, as root; no display is needed. Everything it makes lies below build/.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+source scripts/setup.sh
+
+build=build/windows
+work=build/demo
+service=
+
+stop_service() {
+    kill -INT "$service" 2>/dev/null || true
+    wait "$service" 2>/dev/null || true
+    service=
+}
+
+clean_up() {
+    local code=$?
+    trap - EXIT
+    stop_wine
+    [[ -z $service ]] || wait "$service" 2>/dev/null || true
+    ((code == 0)) || printf '\nThe demo failed (exit code %d).\n' "$code" >&2
+    exit "$code"
+}
+trap clean_up EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM HUP
+
+heading() { printf '\n== %s\n' "$*"; }
+
+# show COMMAND...: the command as one would type it.
+show() {
+    local word
+    printf '$'
+    for word in "$@"; do
+        [[ $word == *[[:space:]]* ]] && word="'$word'"
+        printf ' %s' "$word"
+    done
+    printf '\n'
+}
+
+fail() {
+    printf 'demo.sh: %s\n' "$*" >&2
+    exit 1
+}
+
+# start_service SCENARIO: starts the link service by hand, and waits until it is ready.
+start_service() {
+    local log=$work/service.txt
+    show vorlansim --scenario "simulator/scenarios/$1"
+    wine "$build/bin/vorlansim.exe" --quiet --scenario "simulator/scenarios/$1" >"$log" 2>&1 </dev/null &
+    service=$!
+    for ((i = 0; i < 300; ++i)); do
+        grep -q '^ready' "$log" && return 0
+        kill -0 "$service" 2>/dev/null || break
+        sleep 0.2
+    done
+    cat "$log" >&2
+    fail 'the link service does not start'
+}
+
+# zelctl CODE ARGUMENTS...: shows the command and what it says. It has to end with the exit code CODE.
+zelctl() {
+    local expected=$1 code=0
+    shift
+    show zelctl "$@"
+    wine "$build/bin/zelctl.exe" "$@" </dev/null 2>&1 | tee "$work/output.txt" || code=${PIPESTATUS[0]}
+    ((code == expected)) || fail "exit code $code instead of $expected"
+    ((code == 0)) || printf '(exit code %d)\n' "$code"
+}
+
+# says TEXT: the last command has to have said this.
+says() { grep -qF -- "$1" "$work/output.txt" || fail "this is missing: $1"; }
+
+heading 'Build'
+install_packages "${BUILD_PACKAGES[@]}"
+mkdir -p "$work"
+cmake --preset windows -DZELAPI_TESTS=OFF -DZELAPI_BENCH=OFF >"$work/configure.txt" 2>&1 ||
+    { cat "$work/configure.txt" >&2; fail 'cannot configure'; }
+cmake --build --preset windows --target zelapi zelctl vorlansim
+wine_environment "$work/wine"
+
+heading 'The link service: registered, and started with a phone in good health'
+show vorlansim /regserver
+wine "$build/bin/vorlansim.exe" /regserver </dev/null
+start_service default.scenario
+
+heading 'What the phone supports'
+zelctl 0 services
+says 16.0
+
+heading 'The clock: read, set, read again'
+zelctl 0 time
+says '2006-05-17 12:30:00'
+zelctl 0 time set '2024-02-29 23:59:58'
+zelctl 0 --json time
+says '"time": "2024-02-29 23:59:58"'
+
+heading 'A file: the name of an identifier, the identifier of a name'
+zelctl 0 file name 3
+says 'Tones/Grüße.mid'
+zelctl 0 file id 'Tones/Grüße.mid'
+says 'file id: 3'
+
+heading 'What the phone says on its own'
+zelctl 0 watch messaging --count 1 --for 40
+says 'messaging event'
+zelctl 0 watch connection --count 1 --for 60
+says 'connection event'
+
+heading 'The same phone, by its serial number'
+zelctl 0 --serial 350123451234567 raw access
+says 0x03
+
+heading 'A phone that fails'
+stop_service
+start_service failing.scenario
+zelctl 1 time
+says 0x8007001F
+zelctl 1 file name 2
+says 'status 6'
+zelctl 1 --serial 123 time
+says 0x8007048F
+
+heading 'Done'

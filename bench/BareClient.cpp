@@ -29,8 +29,8 @@ BareClient::BareClient()
         FAILED(locator->Find(3, object.Put())) || FAILED(object.QueryInto(m_device)) ||
         FAILED(m_device->Connect(object.Put())) || FAILED(object.QueryInto(m_service)) ||
         FAILED(m_device->OpenById(1, 0)) ||
-        FAILED(CoCreateInstance(CLSID_StdGlobalInterfaceTable, nullptr, CLSCTX_INPROC_SERVER,
-                                IID_IGlobalInterfaceTable, Out(m_table))) ||
+        FAILED(CoCreateInstance(CLSID_StdGlobalInterfaceTable, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalInterfaceTable,
+                                Out(m_table))) ||
         FAILED(m_table->RegisterInterfaceInGlobal(m_service.Get(), IID_IVorlanService2, &m_cookie)))
         m_service.Release();
 }

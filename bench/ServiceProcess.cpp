@@ -42,8 +42,7 @@ MeasuredService::MeasuredService(DWORD context)
 {
     m_service.OffersBroker();
     m_service.RecordNothing();
-    m_service.Answer(0x19, 0x0A,
-                     FakeLinkService::Bytes{0x0B, 1, 1, 1, 12, 0, 3, 0x07, 0xD6, 5, 4, 13, 2, 1, 0});
+    m_service.Answer(0x19, 0x0A, FakeLinkService::Bytes{0x0B, 1, 1, 1, 12, 0, 3, 0x07, 0xD6, 5, 4, 13, 2, 1, 0});
     m_service.Before("SendRaw", [this] { SetEvent(m_wanted); });
     m_thread = std::thread([this] { RaiseEvents(); });
 }

@@ -293,7 +293,7 @@ std::uint32_t CVorlanControl::QueryServiceVersions()
         message.SetResource(resource);
         message.SetMessageId(kVersionMessage);
         message.AppendWord(0x1200);
-        result = Send(message, kVersionReplyMs);
+        result = ResultOf([&] { return Send(message, kVersionReplyMs); });
         if (result != ZEL_OK || message.GetMessageId() != kVersionMessage)
             continue;
         const std::uint8_t answer = message.ReadByte();

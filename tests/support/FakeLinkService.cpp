@@ -238,8 +238,8 @@ class FakeParts
         HRESULT STDMETHODCALLTYPE OpenBySerialNumber(BSTR serial, ULONG index, ULONG flags, ULONG reserved1,
                                                      ULONG reserved2) override
         {
-            return Take("OpenBySerialNumber", Join(Prefix() + "OpenBySerialNumber " + TextOf(serial), index, flags,
-                                                   reserved1, reserved2));
+            return Take("OpenBySerialNumber",
+                        Join(Prefix() + "OpenBySerialNumber " + TextOf(serial), index, flags, reserved1, reserved2));
         }
         HRESULT STDMETHODCALLTYPE OpenById(ULONG id, ULONG reserved) override
         {

@@ -16,8 +16,8 @@
 #include <vector>
 
 /// A link service whose every step is in the hands of a test. It serves the process that makes it, or other processes
-/// with CLSCTX_LOCAL_SERVER. One at a time. REQUIRES: the thread that makes it is in the multithreaded apartment, and the
-/// type library is registered (TypeLibrary.h).
+/// with CLSCTX_LOCAL_SERVER. One at a time. REQUIRES: the thread that makes it is in the multithreaded apartment, and
+/// the type library is registered (TypeLibrary.h).
 ///
 /// The steps by name: CreateLocator, Find, FindDevice, QueryDevice, QueryBroker, Connect, QueryService, SelectRange,
 /// OpenById, OpenBySerialNumber, GetDevice, QueryBrokered, QueryContainer, FindPoint1, FindPoint2, Advise1, Advise2,

@@ -233,7 +233,8 @@ void Append(const Expression& expression, Scope& scope, Output& output)
             Append(item, scope, output);
         break;
     case Expression::Kind::Call:
-        expression.function->append(expression, scope, output);
+        if (expression.function != nullptr)
+            expression.function->append(expression, scope, output);
         break;
     default:
         break;  // numbers and wildcards never stand in a body

@@ -27,7 +27,7 @@ void WriteModulePath(HKEY key)
     char path[kPathSize] = {};
     if (GetModuleFileNameA(g_module, path, kPathSize) == 0)
         return;
-    RegSetValueExA(key, kValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(path), static_cast<DWORD>(lstrlenA(path) + 1));
+    RegSetValueExA(key, kValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(path), static_cast<DWORD>(lstrlenA(path)) + 1);
 }
 
 }  // namespace

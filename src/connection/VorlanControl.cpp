@@ -185,7 +185,7 @@ HRESULT CVorlanControl::GetBrokeredDevice(CComRef<IVorlanDevice>& device) const
     const HRESULT result = broker->GetDevice(m_service.GetKind(), &interfaceId, object.Put());
     if (FAILED(result))
         return result;
-    return object ? object.QueryInto(device) : E_NOINTERFACE;
+    return object.QueryInto(device);
 }
 
 HRESULT CVorlanControl::OpenDeviceById(std::uint32_t deviceId)

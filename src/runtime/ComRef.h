@@ -31,7 +31,7 @@ class CComRef
 
     void Release()
     {
-        if (IsReadable(m_pointer))
+        if (m_pointer != nullptr && IsReadable(m_pointer))
             m_pointer->Release();
         m_pointer = nullptr;
     }
@@ -46,9 +46,12 @@ class CComRef
         return &m_pointer;
     }
 
+    /// E_NOINTERFACE also where there is no object.
     template <typename Other>
     HRESULT QueryInto(CComRef<Other>& target) const
     {
+        if (m_pointer == nullptr)
+            return E_NOINTERFACE;
         return m_pointer->QueryInterface(__uuidof(Other), reinterpret_cast<void**>(target.Put()));
     }
 

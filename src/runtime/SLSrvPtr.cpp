@@ -27,7 +27,7 @@ HRESULT CSLSrvPtr::CreateService()
     result = m_device->Connect(object.Put());
     if (FAILED(result))
         return result;
-    return object ? object.QueryInto(m_service) : E_NOINTERFACE;
+    return object.QueryInto(m_service);
 }
 
 HRESULT CSLSrvPtr::Locate(CComRef<IUnknown>& object) const

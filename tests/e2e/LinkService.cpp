@@ -32,7 +32,11 @@ HANDLE StartVorlansim(const std::wstring& options)
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
+    // Wine now and then refuses to start a program right after another one has ended.
+    for (int tries = 0; tries < 5 && process.hProcess == nullptr; ++tries)
+        if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
+            Sleep(200);
+    if (process.hProcess == nullptr)
         return nullptr;
     CloseHandle(process.hThread);
     return process.hProcess;

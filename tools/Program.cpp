@@ -16,7 +16,7 @@ namespace
 /// The command with the longest name that the words begin with; null if there is none.
 const Command* FindCommand(const std::vector<std::string>& words)
 {
-    const std::string one = words[0];
+    const std::string& one = words[0];
     const std::string two = words.size() > 1 ? one + " " + words[1] : one;
     const Command* found = nullptr;
     ForEachCommand([&](const Command& command) {

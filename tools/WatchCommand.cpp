@@ -38,7 +38,7 @@ Selection Everything()
 
 Selection SelectionOf(std::span<const std::string> names)
 {
-    const Selection everything = Everything();
+    Selection everything = Everything();
     if (names.empty())
         return everything;
     Selection selection;

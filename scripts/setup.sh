@@ -45,6 +45,9 @@ wine_environment() {
     unset DISPLAY WAYLAND_DISPLAY
     mkdir -p "$(dirname "$WINEPREFIX")"
     wine wineboot -i >/dev/null 2>&1 </dev/null
+    # What the boot has started ends by itself a little later; a COM server that it had served would be lost with it.
+    wineserver -k || true
+    wineserver -w
 }
 
 # stop_wine: ends every program of this script's Wine prefix, and the prefix's server.

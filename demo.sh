@@ -48,6 +48,8 @@ fail() {
 # start_service SCENARIO: starts the link service by hand, and waits until it is ready.
 start_service() {
     local log=$work/service.txt
+    # Emptied here: the loop below must not see the "ready" of the service before.
+    : >"$log"
     show vorlansim --scenario "simulator/scenarios/$1"
     wine "$build/bin/vorlansim.exe" --quiet --scenario "simulator/scenarios/$1" >"$log" 2>&1 </dev/null &
     service=$!
@@ -65,7 +67,9 @@ zelctl() {
     local expected=$1 code=0
     shift
     show zelctl "$@"
-    wine "$build/bin/zelctl.exe" "$@" </dev/null 2>&1 | tee "$work/output.txt" || code=${PIPESTATUS[0]}
+    # Not through a pipe: Wine's own processes would keep it open.
+    wine "$build/bin/zelctl.exe" "$@" >"$work/output.txt" 2>&1 </dev/null || code=$?
+    cat "$work/output.txt"
     ((code == expected)) || fail "exit code $code instead of $expected"
     ((code == 0)) || printf '(exit code %d)\n' "$code"
 }

@@ -22,13 +22,14 @@ std::uint16_t WordAt(const std::uint8_t* bytes)
 
 BareClient::BareClient()
 {
-    CComRef<IVorlanLocator> locator;
     CComRef<IUnknown> object;
     if (FAILED(CoCreateInstance(CLSID_VorlanLocator, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
-                                IID_IVorlanLocator, Out(locator))) ||
-        FAILED(locator->Find(3, object.Put())) || FAILED(object.QueryInto(m_device)) ||
-        FAILED(m_device->Connect(object.Put())) || FAILED(object.QueryInto(m_service)) ||
-        FAILED(m_device->OpenById(1, 0)) ||
+                                IID_IVorlanLocator, Out(m_locator))) ||
+        FAILED(m_locator->Find(3, object.Put())) || FAILED(object.QueryInto(m_device)) ||
+        FAILED(object.QueryInto(m_broker)) || FAILED(m_device->Connect(object.Put())) ||
+        FAILED(object.QueryInto(m_service)) || FAILED(m_device->OpenById(1, 0)) ||
+        FAILED(m_service.QueryInto(m_container)) ||
+        FAILED(m_container->FindConnectionPoint(IID_IVorlanServiceEvents, m_point.Put())) ||
         FAILED(CoCreateInstance(CLSID_StdGlobalInterfaceTable, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalInterfaceTable,
                                 Out(m_table))) ||
         FAILED(m_table->RegisterInterfaceInGlobal(m_service.Get(), IID_IVorlanService2, &m_cookie)))
@@ -89,23 +90,20 @@ void BareClient::AskForEvent() const
     VariantClear(&nothing);
 }
 
-BareClient::Events::Events(const BareClient& client, Delivery delivery, std::function<void()> onEvent)
-    : m_onEvent(std::move(onEvent)),
+BareClient::Events::Events(BareClient& client, Delivery delivery, std::function<void()> onEvent)
+    : m_client(client),
+      m_onEvent(std::move(onEvent)),
       m_delivery(delivery),
       m_queued(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
       m_stop(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
       m_thread([this] { DeliverQueued(); })
 {
-    CComRef<IConnectionPointContainer> container;
-    if (SUCCEEDED(client.m_service.QueryInto(container)) &&
-        SUCCEEDED(container->FindConnectionPoint(IID_IVorlanServiceEvents, m_point.Put())))
-        m_point->Advise(this, &m_cookie);
+    m_client.m_point->Advise(this, &m_cookie);
 }
 
 BareClient::Events::~Events()
 {
-    if (m_point)
-        m_point->Unadvise(m_cookie);
+    m_client.m_point->Unadvise(m_cookie);
     CoDisconnectObject(this, 0);
     SetEvent(m_stop);
     m_thread.join();

@@ -36,7 +36,11 @@ class BareClient
   private:
     static bool ReadTime(IVorlanService2& service, TimeNow& now);
 
+    CComRef<IVorlanLocator> m_locator;
     CComRef<IVorlanDevice> m_device;
+    CComRef<IVorlanDeviceBroker> m_broker;
+    CComRef<IConnectionPointContainer> m_container;
+    CComRef<IConnectionPoint> m_point;
     CComRef<IVorlanService2> m_service;
     CComRef<IGlobalInterfaceTable> m_table;
     DWORD m_cookie = 0;
@@ -51,7 +55,7 @@ class BareClient::Events final : public IVorlanServiceEvents
         OnOwnThread,
     };
 
-    Events(const BareClient& client, Delivery delivery, std::function<void()> onEvent);
+    Events(BareClient& client, Delivery delivery, std::function<void()> onEvent);
     Events(const Events&) = delete;
     Events& operator=(const Events&) = delete;
     ~Events();
@@ -65,9 +69,9 @@ class BareClient::Events final : public IVorlanServiceEvents
   private:
     void DeliverQueued();
 
+    BareClient& m_client;
     std::function<void()> m_onEvent;
     Delivery m_delivery;
-    CComRef<IConnectionPoint> m_point;
     DWORD m_cookie = 0;
     CLockedQueue<std::uint16_t> m_queue;
     HANDLE m_queued;

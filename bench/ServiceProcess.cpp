@@ -8,8 +8,6 @@
 namespace
 {
 
-constexpr wchar_t kReadyEvent[] = L"exchange_bench_ready";
-constexpr wchar_t kQuitEvent[] = L"exchange_bench_quit";
 constexpr wchar_t kStamp[] = L"exchange_bench_stamp";
 
 /// The shared time stamp. The mapping lives as long as the process.
@@ -20,6 +18,12 @@ std::atomic<long long>& Stamp()
         return static_cast<std::atomic<long long>*>(MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, 4096));
     }();
     return *stamp;
+}
+
+/// An event that a measuring process and its service share.
+HANDLE SharedEvent(const wchar_t* name, DWORD parent)
+{
+    return CreateEventW(nullptr, TRUE, FALSE, (std::wstring(name) + std::to_wstring(parent)).c_str());
 }
 
 std::wstring ProgramPath()
@@ -67,20 +71,23 @@ void MeasuredService::RaiseEvents()
     }
 }
 
-int ServeUntilTold()
+int ServeUntilTold(DWORD parent)
 {
     const ComApartment apartment;
     const MeasuredService service(CLSCTX_LOCAL_SERVER);
-    HANDLE quit = CreateEventW(nullptr, TRUE, FALSE, kQuitEvent);
-    SetEvent(CreateEventW(nullptr, TRUE, FALSE, kReadyEvent));
-    WaitForSingleObject(quit, INFINITE);
+    HANDLE ready = SharedEvent(L"exchange_bench_ready", parent);
+    HANDLE ends[] = {SharedEvent(L"exchange_bench_quit", parent), OpenProcess(SYNCHRONIZE, FALSE, parent)};
+    SetEvent(ready);
+    WaitForMultipleObjects(2, ends, FALSE, INFINITE);
+    for (HANDLE handle : {ready, ends[0], ends[1]})
+        CloseHandle(handle);
     return 0;
 }
 
-ServiceProcess::ServiceProcess()
+ServiceProcess::ServiceProcess() : m_quit(SharedEvent(L"exchange_bench_quit", GetCurrentProcessId()))
 {
-    HANDLE ready = CreateEventW(nullptr, TRUE, FALSE, kReadyEvent);
-    std::wstring command = L"\"" + ProgramPath() + L"\" /serve";
+    HANDLE ready = SharedEvent(L"exchange_bench_ready", GetCurrentProcessId());
+    std::wstring command = L"\"" + ProgramPath() + L"\" /serve " + std::to_wstring(GetCurrentProcessId());
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
@@ -95,10 +102,11 @@ ServiceProcess::ServiceProcess()
 
 ServiceProcess::~ServiceProcess()
 {
-    HANDLE quit = CreateEventW(nullptr, TRUE, FALSE, kQuitEvent);
-    SetEvent(quit);
+    SetEvent(m_quit);
     if (m_process != nullptr)
+    {
         WaitForSingleObject(m_process, 30000);
-    CloseHandle(m_process);
-    CloseHandle(quit);
+        CloseHandle(m_process);
+    }
+    CloseHandle(m_quit);
 }

@@ -34,8 +34,8 @@ class MeasuredService
 /// When the last event was raised.
 long long LastEventRaised();
 
-/// Serves other processes until the process that started this one says so.
-int ServeUntilTold();
+/// Serves other processes until the one that started this one says so, or ends. `parent` is its id.
+int ServeUntilTold(DWORD parent);
 
 /// A process that serves this one.
 class ServiceProcess
@@ -49,6 +49,7 @@ class ServiceProcess
     bool IsReady() const { return m_ready; }
 
   private:
+    HANDLE m_quit;
     HANDLE m_process = nullptr;
     bool m_ready = false;
 };

@@ -1,4 +1,6 @@
 /* Looks up the name of a file of the phone with a given serial number, in C. */
+#include <fcntl.h>
+#include <io.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <zelapi/file.h>
@@ -20,7 +22,7 @@ static int ShowName(ZelConnection phone, uint32_t file_id)
     const uint32_t result = ZelSendMessage(phone, ZEL_FILE_NAME_OF_ID, &record);
     if (result != ZEL_OK)
         return Report("Cannot look up the file", result);
-    printf("%ls\n", record.name != NULL ? record.name : L"");
+    wprintf(L"%ls\n", record.name != NULL ? record.name : L"");
     SysFreeString(record.name);
     return 0;
 }
@@ -32,6 +34,7 @@ int wmain(int count, wchar_t** arguments)
         fputs("find_file SERIAL FILE_ID\n", stderr);
         return 2;
     }
+    _setmode(_fileno(stdout), _O_U8TEXT);
     const uint32_t medium = ZEL_MEDIUM_2;
     ZelConnection phone = NULL;
     int code = 0;

@@ -44,7 +44,8 @@ wine_environment() {
     export LC_ALL=C.UTF-8
     unset DISPLAY WAYLAND_DISPLAY
     mkdir -p "$(dirname "$WINEPREFIX")"
-    wine wineboot -i >/dev/null 2>&1 </dev/null
+    # Any program makes the prefix. Not "wineboot -i": that starts the service manager twice, and COM servers are not found.
+    wine cmd /c rem >/dev/null 2>&1 </dev/null
     # What the boot has started ends by itself a little later; a COM server that it had served would be lost with it.
     wineserver -k || true
     wineserver -w

@@ -1,6 +1,7 @@
 #include "ComServer.h"
 
 #include "DeviceObject.h"
+#include "KeptObjects.h"
 
 namespace vorlansim
 {
@@ -37,6 +38,7 @@ class CLocator : public CComObject<IVorlanLocator>
         if (IsFailure(result))
             return static_cast<HRESULT>(result);
         *object = (new CDeviceObject(std::move(session)))->Identity();
+        KeepConnected(*object);
         return S_OK;
     }
 
@@ -58,6 +60,7 @@ class CFactory : public CComObject<IClassFactory>
             return CLASS_E_NOAGGREGATION;
         return Guarded([&] {
             const CRelease<CLocator> locator(new CLocator(m_phone));
+            KeepConnected(locator->Identity());
             return locator->QueryInterface(iid, object);
         });
     }

@@ -1,5 +1,6 @@
 #include "DeviceObject.h"
 
+#include "KeptObjects.h"
 #include "ServiceObject.h"
 
 namespace vorlansim
@@ -43,8 +44,10 @@ HRESULT CDeviceObject::Connect(IUnknown** service)
     *service = nullptr;
     return Guarded([&] {
         const Result result = m_session->Take(ClientStep::Connect);
-        if (!IsFailure(result))
-            *service = (new CServiceObject(m_session))->Identity();
+        if (IsFailure(result))
+            return result;
+        *service = (new CServiceObject(m_session))->Identity();
+        KeepConnected(*service);
         return result;
     });
 }

@@ -1,5 +1,6 @@
 #include "ServiceObject.h"
 
+#include "KeptObjects.h"
 #include "Variant.h"
 
 #include <algorithm>
@@ -148,6 +149,7 @@ HRESULT CServiceObject::FindConnectionPoint(REFIID iid, IConnectionPoint** point
         if (IsFailure(result))
             return static_cast<HRESULT>(result);
         *point = new CEventPoint(*this, m_session, isFirst ? Events::First : Events::Second);
+        KeepConnected(*point);
         return S_OK;
     });
 }

@@ -13,7 +13,7 @@
 class CMsgBase
 {
   public:
-    CMsgBase() = default;
+    CMsgBase() { m_body.reserve(kUsualSize); }
     CMsgBase(const CMsgBase&) = default;
     CMsgBase(CMsgBase&&) = default;
     CMsgBase& operator=(const CMsgBase&) = default;
@@ -73,6 +73,9 @@ class CMsgBase
     void TakeFrom(CMsgBase& source, std::uint32_t count);
 
   private:
+    /// Room for most bodies, so that they are not moved while they grow.
+    static constexpr std::size_t kUsualSize = 32;
+
     /// Where the cursor stands in the body; its end if the cursor is beyond it.
     const std::uint8_t* Cursor() const;
     /// Number of bytes from the cursor to the end.

@@ -1,8 +1,13 @@
 #include "connection/HandlerRegistry.h"
 
+#include "handlers/CalendarHandler.h"
+#include "handlers/CallHandler.h"
 #include "handlers/File2Handler.h"
 #include "handlers/FullAccessHandler.h"
 #include "handlers/MessagingHandler.h"
+#include "handlers/PNDHandler.h"
+#include "handlers/SMSHandler.h"
+#include "handlers/StorageHandler.h"
 #include "handlers/TimeHandler.h"
 #include "support/ComApartment.h"
 #include "support/FakeLinkService.h"
@@ -30,9 +35,9 @@ TEST(HandlerRegistry, MakesTheHandlerOfEachResourceOnce)
         std::uint8_t resource;
         bool (*is)(const CContentHandler&);
     } cases[] = {
-        {0x19, &Is<CTimeHandler>},
-        {0x66, &Is<CMessagingHandler>},
-        {0x6D, &Is<CFile2Handler>},
+        {0x01, &Is<CCallHandler>},       {0x02, &Is<CSMSHandler>},   {0x03, &Is<CPNDHandler>},
+        {0x13, &Is<CCalendarHandler>},   {0x14, &Is<CSMSHandler>},   {0x19, &Is<CTimeHandler>},
+        {0x66, &Is<CMessagingHandler>},  {0x6D, &Is<CFile2Handler>}, {0xAA, &Is<CStorageHandler>},
         {0xFF, &Is<CFullAccessHandler>},
     };
     const CSLSrvPtr unconnected;
@@ -44,6 +49,7 @@ TEST(HandlerRegistry, MakesTheHandlerOfEachResourceOnce)
         EXPECT_EQ(one.resource, handler->GetResource());
         EXPECT_EQ(handler, registry.GetHandler(one.resource));
     }
+    EXPECT_NE(registry.GetHandler(0x02), registry.GetHandler(0x14));
     const auto before = registry.GetHandler(0x19);
     registry.Clear();
     EXPECT_NE(before, registry.GetHandler(0x19));

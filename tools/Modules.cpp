@@ -5,7 +5,12 @@ namespace zelctl
 namespace
 {
 
-constexpr const Module* kModules[] = {&kTimeModule, &kFileModule, &kMessagingModule, &kRawModule};
+constexpr const Module* kModules[] = {
+    &kTimeModule,
+    &kFileModule,
+    &kMessagingModule,
+    &kRawModule,
+};
 
 }  // namespace
 

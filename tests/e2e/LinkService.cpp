@@ -85,6 +85,11 @@ on 0x10 0x10 *
     set subscribed = 01
 )";
 
+std::string Shipped(const std::string& name)
+{
+    return "include \"" + (ProgramFolder() / "scenarios" / (name + ".scenario")).generic_string() + "\"\n";
+}
+
 Registration::Registration(const std::string& scenario)
 {
     RunVorlansim(scenario.empty() ? L"/regserver" : L"/regserver --scenario \"" + WriteScenario(scenario) + L"\"");

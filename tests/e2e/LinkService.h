@@ -49,6 +49,9 @@ class LinkService
 /// A phone that knows the time, 17 May 2006 12:30:00, and two files, "A" with the number 1 and "B" with 2.
 extern const char* const kPhone;
 
+/// A phone that plays one of the scenarios that are shipped, as in "time".
+std::string Shipped(const std::string& name);
+
 /// An open connection.
 class Connection
 {

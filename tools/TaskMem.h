@@ -1,0 +1,20 @@
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <objbase.h>
+
+namespace zelctl
+{
+
+struct TaskMemDeleter
+{
+    void operator()(void* block) const { CoTaskMemFree(block); }
+};
+
+/// Owns a CoTaskMem block, but not what pointers in it name.
+template <typename Element>
+using TaskMem = std::unique_ptr<Element, TaskMemDeleter>;
+
+}  // namespace zelctl

@@ -6,7 +6,9 @@
 
 #include <cstdint>
 #include <string>
-#ifndef _WIN32
+#ifdef _WIN32
+#include "support/MallocSpy.h"
+#else
 #include <host_control.h>
 #endif
 
@@ -16,39 +18,24 @@ inline void* const kUnreadable = reinterpret_cast<void*>(8);
 /// The result of an operation that had no memory.
 constexpr std::uint32_t kNoMemory = 0x8007000E;
 
-/// Fails the test when BSTRs or CoTaskMem blocks that were made during its life outlive it. Native builds only; on
-/// Windows nobody counts.
+/// Fails the test when BSTRs or CoTaskMem blocks that were made during its life outlive it.
 class CLeakCheck
 {
   public:
     CLeakCheck() = default;
     CLeakCheck(const CLeakCheck&) = delete;
     CLeakCheck& operator=(const CLeakCheck&) = delete;
-    ~CLeakCheck() { EXPECT_EQ(Live(), m_before) << "allocations were not freed, or freed twice"; }
+    ~CLeakCheck() { EXPECT_EQ(host::LiveAllocations(), m_before) << "allocations were not freed, or freed twice"; }
 
   private:
-    static std::size_t Live()
-    {
-#ifdef _WIN32
-        return 0;
-#else
-        return host::LiveAllocations();
-#endif
-    }
-
-    const std::size_t m_before = Live();
+    const std::size_t m_before = host::LiveAllocations();
 };
 
 /// Runs `operation` again and again, each time with the next one of its allocations failing, until none failed. It must
-/// then return `expected` and leave nothing allocated; so it also frees what it got when it succeeded. On Windows it
-/// runs once, without a failure.
+/// then return `expected` and leave nothing allocated; so it also frees what it got when it succeeded.
 template <typename Operation>
 void FailEachAllocation(Operation operation, std::uint32_t expected = kNoMemory)
 {
-#ifdef _WIN32
-    static_cast<void>(expected);
-    static_cast<void>(operation());
-#else
     for (unsigned n = 1;; ++n)
     {
         SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
@@ -64,5 +51,4 @@ void FailEachAllocation(Operation operation, std::uint32_t expected = kNoMemory)
         }
         EXPECT_EQ(result, expected);
     }
-#endif
 }

@@ -311,7 +311,8 @@ TEST_F(CalendarHandlerTest, FailedAllocationsLeaveNothing)
 {
     FailEachAllocation([&] {
         std::uint32_t result = 0;
-        EXPECT_EQ(List(result, {{0x9F, {1, 7, 0, 0, 0, 0, 0, 0, 0, 1}}}).empty(), result != 0);
+        const bool empty = List(result, {{0x9F, {1, 7, 0, 0, 0, 0, 0, 0, 0, 1}}}).empty();
+        EXPECT_EQ(empty, result != 0);
         return result;
     });
     FailEachAllocation([&] {

@@ -93,8 +93,6 @@ TEST(FullAccessHandler, DeliversEveryMessage)
     }
 }
 
-#ifndef _WIN32
-
 TEST(FullAccessHandler, NeedsMemoryForTheRecordOnly)
 {
     const CLeakCheck leaks;
@@ -113,8 +111,6 @@ TEST(FullAccessHandler, NeedsMemoryForTheRecordOnly)
     EXPECT_EQ(static_cast<const RawMessage*>(record)->bytes, nullptr);
     FreeRaw(record);
 }
-
-#endif
 
 TEST(FullAccessHandler, FreesRequests)
 {

@@ -8,6 +8,7 @@
 #include "ResultText.h"
 #include "ServiceNames.h"
 #include "Text.h"
+#include "support/MessageTable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -198,6 +199,27 @@ TEST(Program, EveryIndicationBelongsToANamedService)
         EXPECT_FALSE(ServiceNameOf(module->resource).starts_with("0x"));
         for (const Indication& indication : module->indications)
             EXPECT_EQ(ZEL_RESOURCE_OF(indication.id), module->resource) << indication.name;
+    }
+}
+
+bool IsShownByWatch(std::uint32_t id)
+{
+    return std::any_of(Modules().begin(), Modules().end(), [id](const Module* module) {
+        return std::any_of(module->indications.begin(), module->indications.end(),
+                           [id](const Indication& indication) { return indication.id == id; });
+    });
+}
+
+TEST(Program, EveryMessageOfTheLibraryCanBeTried)
+{
+    for (const MessageRow& row : ReadMessageTable())
+    {
+        bool exists = false;
+        ForEachCommand([&](const Command& command) {
+            exists = exists || (row.command + " ").starts_with(std::string("zelctl ") + command.name + " ");
+        });
+        EXPECT_TRUE(exists) << row.name << ": " << row.command;
+        EXPECT_TRUE(!row.IsIndication() || IsShownByWatch(row.id)) << row.name;
     }
 }
 

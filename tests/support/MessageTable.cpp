@@ -40,6 +40,13 @@ std::set<std::uint32_t> ResourcesOf(const std::string& header)
     return resources.at(header);
 }
 
+/// "zelctl time, zelctl time set".
+std::vector<std::string> CommandsIn(const std::string& cell)
+{
+    static const std::regex separator(", ");
+    return {std::sregex_token_iterator(cell.begin(), cell.end(), separator, -1), {}};
+}
+
 }  // namespace
 
 bool MessageRow::IsIndication() const
@@ -58,14 +65,14 @@ std::set<std::uint8_t> MessageRow::MessageIds() const
 
 std::vector<MessageRow> ReadMessageTable()
 {
-    static const std::regex row(
-        R"(\| 0x([0-9A-F]{4}) \| `?(ZEL_\w+)`? \| ([^|]+) \| [^|]+ \| [^|]+ \| `?([^|`]+)`? \|)");
+    const std::string cell = R"( ((?:[^|\\]|\\.)+) \|)";
+    const std::regex row(R"(\| 0x([0-9A-F]{4}) \| (ZEL_\w+) \|)" + cell + cell + cell + cell);
     std::vector<MessageRow> rows;
     for (const std::string& line : LinesOf(std::filesystem::path(ZELAPI_SOURCE) / "docs" / "messages.md"))
     {
         std::smatch match;
         if (std::regex_match(line, match, row))
-            rows.push_back({FromHex(match[1]), match[2], match[3], match[4]});
+            rows.push_back({FromHex(match[1]), match[2], match[3], CommandsIn(match[6])});
         else if (line.starts_with("| 0x"))
             throw std::runtime_error("not a row of messages: " + line);
     }

@@ -11,8 +11,8 @@ struct MessageRow
 {
     std::uint32_t id;
     std::string name;
-    std::string exchange;  ///< "0x0A → 0x0B", "indication 0x84".
-    std::string command;   ///< How zelctl exercises it: "zelctl time".
+    std::string exchange;               ///< "0x0A → 0x0B", "indication 0x84".
+    std::vector<std::string> commands;  ///< How zelctl exercises it: "zelctl time".
 
     bool IsIndication() const;
     /// The protocol message ids in `exchange`.

@@ -8,7 +8,10 @@ namespace
 
 std::filesystem::path FolderOf(const CContext& context)
 {
-    return ToUtf16(context.arguments.Text(0));
+    const std::string& folder = context.arguments.Text(0);
+    if (folder.empty())
+        throw CUsageError("FOLDER is empty");
+    return ToUtf16(folder);
 }
 
 void ReadSets(CConnection& phone, ProvisioningList& list)
@@ -84,7 +87,14 @@ constexpr Command kCommands[] = {
      "Reads sets.json, as \"zelctl provisioning save\" has written it. Contents cannot be sent.",
      {},
      Write},
-    {"provisioning select", "NUMBER", 1, 1, "sends the number of a set to the phone", "0 stands for none.", {}, Select},
+    {"provisioning select",
+     "NUMBER",
+     1,
+     1,
+     "sends the number of a set to the phone",
+     "What it means is the phone's.",
+     {},
+     Select},
 };
 
 }  // namespace

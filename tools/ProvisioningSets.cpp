@@ -33,8 +33,9 @@ constexpr std::array<std::string_view, 2> kContentFields = {"content_size", "con
 
 [[noreturn]] void FailFile(const char* what, const std::filesystem::path& file)
 {
-    throw CFailure(std::string(what) + " " + ToUtf8(file.wstring()), std::nullopt,
-                   {"The system does not allow it.", "Check the path, and the rights of this user."});
+    throw CFailure(
+        std::string(what) + " " + ToUtf8(file.generic_wstring()), std::nullopt,
+        {"The system does not allow it, or there is no such path.", "Check the path, and the rights of this user."});
 }
 
 // Describing
@@ -211,7 +212,7 @@ void RequireNoSets(const std::filesystem::path& folder)
 {
     std::error_code ignored;
     if (std::filesystem::exists(folder / kSetsFile, ignored))
-        throw CFailure("saving sets in " + ToUtf8(folder.wstring()), std::nullopt,
+        throw CFailure("saving sets in " + ToUtf8(folder.generic_wstring()), std::nullopt,
                        {"There are saved sets already.", "Choose another folder."});
 }
 
@@ -246,7 +247,7 @@ Value LoadSets(const std::filesystem::path& folder)
         FailFile("reading", path);
     const Value document = Value::parse(text.str(), nullptr, false);
     if (!document.is_object() || !document.contains("sets"))
-        Refuse(ToUtf8(path.wstring()) + " does not hold saved sets.");
+        Refuse(ToUtf8(path.generic_wstring()) + " does not hold saved sets.");
     return document["sets"];
 }
 

@@ -1,32 +1,21 @@
-#include "zelapi/radio.h"
-
 #include "e2e/LinkService.h"
+#include "support/ReceivedRecords.h"
 
 namespace
 {
 
 using RadioTest = EndToEnd;
 
-/// "value name data" of each item, the data as one number; the list is freed.
-std::vector<std::string> ItemsOf(const Connection& phone)
+/// The value of the list, then value and name of each item.
+std::wstring ItemsOf(const Connection& phone)
 {
     RadioList list = {};
     EXPECT_EQ(ZelSendMessage(phone.Handle(), ZEL_RADIO_LIST, &list), ZEL_OK);
-    std::vector<std::string> items = {std::to_string(list.value)};
+    std::wstring items = std::to_wstring(list.value);
     for (std::size_t i = 0; i < list.count; ++i)
-    {
-        const RadioItem& item = list.items[i];
-        std::string text = std::to_string(item.value) + ' ';
-        for (UINT unit = 0; unit < SysStringLen(item.name); ++unit)
-            text += static_cast<char>(item.name[unit]);
-        std::uint32_t number = 0;
-        for (std::size_t byte = 0; byte < item.data_length; ++byte)
-            number = number << 8 | item.data[byte];
-        items.push_back(text + ' ' + std::to_string(number));
-        SysFreeString(item.name);
-        CoTaskMemFree(item.data);
-    }
-    CoTaskMemFree(list.items);
+        items +=
+            L' ' + std::to_wstring(list.items[i].value) + (list.items[i].name == nullptr ? L"" : list.items[i].name);
+    FreeReceived(list);
     return items;
 }
 
@@ -35,7 +24,7 @@ TEST_F(RadioTest, ItemsAndSettingsAreWrittenAndReadAgain)
     const LinkService service(Shipped("radio"));
     const Connection phone;
     ASSERT_EQ(phone.Result(), ZEL_OK);
-    EXPECT_EQ(ItemsOf(phone), (std::vector<std::string>{"1", "1 Hill Radio 101500", "2 K\xFCste 94700", "5  88900"}));
+    EXPECT_EQ(ItemsOf(phone), L"1 1Hill Radio 2K\u00FCste 5");
 
     const BSTR text = SysAllocString(L"Lake");
     std::uint8_t data[] = {0x01, 0x02, 0x03};
@@ -47,7 +36,7 @@ TEST_F(RadioTest, ItemsAndSettingsAreWrittenAndReadAgain)
     EXPECT_EQ(ZelSendMessage(phone.Handle(), ZEL_RADIO_REQUEST_3, &keys), ZEL_OK);
     keys.key = 3;
     EXPECT_EQ(ZelSendMessage(phone.Handle(), ZEL_RADIO_REQUEST_3, &keys), 0x3E03u);
-    EXPECT_EQ(ItemsOf(phone), (std::vector<std::string>{"2", "1 Hill Radio 101500", "2 Lake 66051", "5  88900"}));
+    EXPECT_EQ(ItemsOf(phone), L"2 1Hill Radio 2Lake 5");
 
     RadioSetting written = {0, 7, 0, {}, 1, 2, 3, 4, 0x12345678, text};
     EXPECT_EQ(ZelSendMessage(phone.Handle(), ZEL_RADIO_WRITE_SETTING, &written), ZEL_OK);

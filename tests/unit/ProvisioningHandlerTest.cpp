@@ -1,6 +1,7 @@
 #include "handlers/ProvisioningHandler.h"
 
 #include "support/HandlerChecks.h"
+#include "support/ReceivedRecords.h"
 #include "support/Text.h"
 
 namespace
@@ -34,15 +35,15 @@ const Bytes kSummaryReply = {1, 9, 9, 9, 9, 2, 7, 0, 0, 8, 1, 2, 3, 0, 18, 0, 0,
 const Bytes kContentReply = {1, 9, 9, 9, 9, 0xDE, 0xAD};
 
 /// What a full read exchanges: its requests, and the phone's replies.
-const Message kReadRequests[] = {{80, {0, 0, 0, 1, 0, 0, 0x00, 0x80}},
-                                 {80, {5, 0, 0, 1, 0, 0, 0x00, 0x7F}},
-                                 {80, {7, 0, 0, 1, 0, 0, 0x00, 0x7F}},
-                                 {80, {0, 0, 0, 1, 0, 0, 0x00, 0x7F}},
-                                 {80, {0, 0, 0, 1, 0, 0, 0x01, 0x00}}};
+const std::vector<Message> kReadRequests = {{80, {0, 0, 0, 1, 0, 0, 0x00, 0x80}},
+                                            {80, {5, 0, 0, 1, 0, 0, 0x00, 0x7F}},
+                                            {80, {7, 0, 0, 1, 0, 0, 0x00, 0x7F}},
+                                            {80, {0, 0, 0, 1, 0, 0, 0x00, 0x7F}},
+                                            {80, {0, 0, 0, 1, 0, 0, 0x01, 0x00}}};
 const std::vector<Message> kReadReplies = {
     {81, kListReply}, {81, kContentReply}, {81, {1, 9, 9, 9, 9}}, {81, {1, 9}}, {81, kSummaryReply}};
 
-const Message kWriteRequests[] = {
+const std::vector<Message> kWriteRequests = {
     {84, {0, 0, 0, 0, 0x00, 0x7F}},
     {86, {1, 0, 0, 2}},
     {82, {0, 0, 0, 0, 0, 1, 19, 0, 0, 12, 0, 0, 0, 0, 0, 0, 0, 0}},
@@ -55,25 +56,6 @@ const Message kWriteRequests[] = {
 };
 const std::vector<Message> kWriteReplies = {{85, {1}}, {87, {1}},    {83, {1}}, {87, {1}},
                                             {87, {1}}, {83, {1, 8}}, {87, {1}}, {87, {1}}};
-
-void FreeSets(ProvisioningList& list)
-{
-    for (std::size_t i = 0; i < list.count; ++i)
-    {
-        const ProvisioningSet& set = list.sets[i];
-        if (set.access != nullptr)
-        {
-            CoTaskMemFree(set.access->block_a);
-            CoTaskMemFree(set.access->block_c);
-            SysFreeString(set.name->name);
-        }
-        CoTaskMemFree(set.access);
-        CoTaskMemFree(set.name);
-        CoTaskMemFree(set.content);
-    }
-    CoTaskMemFree(list.sets);
-    list = {};
-}
 
 FakeSender PhoneWith(const std::vector<Message>& replies)
 {
@@ -96,11 +78,10 @@ class ProvisioningHandler : public testing::Test
         m_sets[1].name = &m_nameRecord;
     }
 
-    template <std::size_t Count>
-    void ExpectRequests(const FakeSender& phone, const Message (&expected)[Count])
+    void ExpectRequests(const FakeSender& phone, const std::vector<Message>& expected)
     {
-        ASSERT_EQ(phone.Requests().size(), Count);
-        for (std::size_t i = 0; i < Count; ++i)
+        ASSERT_EQ(phone.Requests().size(), expected.size());
+        for (std::size_t i = 0; i < expected.size(); ++i)
             EXPECT_TRUE(SameRequest(phone.Requests()[i], kResource, expected[i].id, expected[i].body,
                                     {2, static_cast<std::uint8_t>(expected[i].id + 1)}))
                 << i;
@@ -116,8 +97,7 @@ class ProvisioningHandler : public testing::Test
     std::pair<std::uint32_t, std::size_t> Write(const std::vector<Message>& replies)
     {
         FakeSender phone = PhoneWith(replies);
-        ProvisioningList record = {0, 2, m_sets, 0, 0, 0};
-        const std::uint32_t result = m_handler.EncodeRequest(phone, ZEL_PROVISIONING_WRITE_ALL, &record);
+        const std::uint32_t result = m_handler.EncodeRequest(phone, ZEL_PROVISIONING_WRITE_ALL, &m_toWrite);
         return {result, phone.Requests().size()};
     }
 
@@ -128,6 +108,7 @@ class ProvisioningHandler : public testing::Test
     ProvisioningAccess m_access = {0, 0x0102, 0x0304, 2, 9, m_blockA, 1, m_blockC};
     ProvisioningName m_nameRecord = {0, 0x44, 99, m_name.get()};
     ProvisioningSet m_sets[2] = {};
+    ProvisioningList m_toWrite = {0, 2, m_sets, 0, 0, 0};
     ProvisioningList m_list = {};
     CProvisioningHandler m_handler;
 };
@@ -150,36 +131,27 @@ TEST_F(ProvisioningHandler, ReadsSetsWithTheirContents)
     EXPECT_EQ(Bytes(plain.content, plain.content + 2), (Bytes{0xDE, 0xAD}));
 
     const ProvisioningSet& set = m_list.sets[1];
-    EXPECT_EQ(set.number, 7);
-    EXPECT_EQ(set.access->value_4, 0x0102);
-    EXPECT_EQ(set.access->value_6, 0x0304);
-    EXPECT_EQ(set.access->length_a, 2);
-    EXPECT_EQ(set.access->length_b, 9);
-    EXPECT_EQ(Bytes(set.access->block_a, set.access->block_a + 2), (Bytes{0xAA, 0xBB}));
-    EXPECT_EQ(set.access->length_c, 1);
-    EXPECT_EQ(*set.access->block_c, 0xCC);
-    EXPECT_EQ(set.name->value_4, 0x44);
-    EXPECT_EQ(set.name->name_length, 3);
+    const ProvisioningAccess& access = *set.access;
+    EXPECT_EQ((std::vector<unsigned>{set.number, access.value_4, access.value_6, access.length_a, access.length_b,
+                                     access.length_c, set.name->value_4, set.name->name_length}),
+              (std::vector<unsigned>{7, 0x0102, 0x0304, 2, 9, 1, 0x44, 3}));
+    EXPECT_EQ(Bytes(access.block_a, access.block_a + 2), (Bytes{0xAA, 0xBB}));
+    EXPECT_EQ(*access.block_c, 0xCC);
     EXPECT_EQ(std::u16string(UnitsOf(set.name->name).c_str()), u"N\u00E9");
     EXPECT_EQ(set.content, nullptr);
 
     EXPECT_EQ(m_list.sets[2].number, 0);
-    EXPECT_EQ(m_list.sets[2].name, nullptr);
     EXPECT_EQ(m_list.sets[2].content_size, 0u);
-    FreeSets(m_list);
-}
-
-TEST_F(ProvisioningHandler, AnEmptyListStillHasASummary)
-{
-    m_list = {0, 7, m_sets, 0, 0, 0};
-    EXPECT_EQ(Read({{81, {1, 9, 9, 9, 9, 0}}, {81, kSummaryReply}}), ZEL_OK);
-    EXPECT_EQ(m_list.count, 0);
-    EXPECT_EQ(m_list.sets, nullptr);
-    EXPECT_EQ(m_list.value_18, 0x23);
+    FreeReceived(m_list);
 }
 
 TEST_F(ProvisioningHandler, OnlyAnEmptyFirstReplyEndsARead)
 {
+    m_list = {0, 7, m_sets, 0, 0, 0};
+    EXPECT_EQ(Read({{81, {1, 9, 9, 9, 9, 0}}, {81, kSummaryReply}}), ZEL_OK);
+    EXPECT_EQ(m_list.sets, nullptr);
+    EXPECT_EQ(m_list.count, 0);
+    EXPECT_EQ(m_list.value_18, 0x23);
     for (const Message& empty : {Message{81, {0}}, Message{81, {}}, Message{0x7F, Bytes(64, 1)}})
     {
         FakeSender first = PhoneWith({empty});
@@ -191,7 +163,7 @@ TEST_F(ProvisioningHandler, OnlyAnEmptyFirstReplyEndsARead)
         EXPECT_EQ(m_list.sets[0].content, nullptr);
         EXPECT_EQ(m_list.sets[1].content_size, 2u);
         EXPECT_EQ(m_list.value_16, 0x55);
-        FreeSets(m_list);
+        FreeReceived(m_list);
     }
 }
 
@@ -223,56 +195,35 @@ TEST_F(ProvisioningHandler, AFailureAnywhereIsTheResult)
         }
 }
 
-TEST_F(ProvisioningHandler, ReadsWhatATruncatedListHolds)
+TEST_F(ProvisioningHandler, BelievesNoCountAndNoLength)
 {
-    for (const Bytes& part : Truncations(kListReply))
+    std::vector<Bytes> replies = Truncations(kListReply);
+    for (const Bytes& hostile : {
+             Bytes{3, 8, 0, 0, 12, 1, 0, 0, 0, 0, 0, 0, 0, 8, 0, 0, 4},    // more sets than blocks
+             Bytes{1, 8, 0, 0, 12, 1, 0, 0, 0, 0, 0, 0, 255, 8, 0, 0, 4},  // more details than blocks
+             Bytes{1, 8, 0, 0, 12, 1, 255, 255, 0, 0, 1, 0, 9},            // names beyond the block
+             Bytes{1, 8, 0, 0, 24, 1, 0, 0, 0, 0, 0, 0, 1, 19, 0, 0, 12, 0, 0, 0, 0, 255, 1, 255, 0},  // access, too
+             Bytes{1, 8, 0, 0, 20, 1, 0, 0, 0, 0, 0, 0, 1, 17, 0, 0, 8, 255, 0, 0, 0},                 // a name, too
+         })
+        replies.push_back(hostile);
+    for (const std::uint8_t id : Bytes{19, 17})  // the same details twice
+        replies.push_back({1, 8, 0, 0,   36, 1,   0,  0, 0, 0,  0, 0, 2, id, 0, 0,   12, 1,  0,
+                           0, 0, 1, 'A', 1,  'B', id, 0, 0, 12, 1, 0, 0, 0,  1, 'C', 1,  'D'});
+    for (auto reply = replies.end() - 7; reply != replies.end(); ++reply)
+        reply->insert(reply->begin(), {1, 0, 0, 0, 0});
+    for (const Bytes& reply : replies)
     {
-        SCOPED_TRACE(part.size());
-        EXPECT_EQ(Read({{81, part}, {81, {0}}, {81, {0}}, {81, {0}}, {81, {0}}}), ZEL_OK);
-        EXPECT_EQ(m_list.count, part.size() < 6 ? 0 : 3);
-        if (part.size() > 22)
-        {
-            EXPECT_EQ(m_list.sets[1].number, 7);
-            EXPECT_EQ(m_list.sets[1].access == nullptr, part.size() < 34);
-        }
-        FreeSets(m_list);
-    }
-}
-
-TEST_F(ProvisioningHandler, BelievesNoCount)
-{
-    const struct
-    {
-        const char* name;
-        Bytes reply;
-        std::uint8_t count;
-    } cases[] = {
-        {"more sets than blocks", {1, 0, 0, 0, 0, 3, 8, 0, 0, 12, 1, 0, 0, 0, 0, 0, 0, 0, 8, 0, 0, 4}, 3},
-        {"more details than blocks", {1, 0, 0, 0, 0, 1, 8, 0, 0, 12, 1, 0, 0, 0, 0, 0, 0, 255, 8, 0, 0, 4}, 1},
-        {"names beyond the block", {1, 0, 0, 0, 0, 1, 8, 0, 0, 12, 1, 255, 255, 0, 0, 1, 0, 9}, 1},
-        {"blocks and a name beyond their block",
-         {1,  0, 0, 0, 0, 1,   8, 0,   0, 36, 1, 0, 0, 0,   0, 0, 0, 3,  19, 0, 0,
-          12, 0, 0, 0, 0, 255, 1, 255, 0, 17, 0, 0, 8, 255, 0, 0, 0, 17, 0,  0, 4},
-         1},
-        {"the same details twice",
-         {1,  0, 0, 0, 0, 1, 8, 0, 0, 48, 1, 0, 0,  0, 0, 0, 0, 4, 19,  0, 0, 12, 0, 0, 0,  0, 1, 0, 0, 7, 19,  0, 0,
-          12, 0, 0, 0, 0, 1, 0, 0, 8, 17, 0, 0, 12, 1, 0, 0, 0, 0, 'A', 0, 0, 17, 0, 0, 12, 1, 0, 0, 0, 0, 'B', 0, 0},
-         1},
-    };
-    for (const auto& test : cases)
-    {
-        SCOPED_TRACE(test.name);
-        EXPECT_EQ(Read({{81, test.reply}, {81, {0}}, {81, {0}}, {81, {0}}, {81, {0}}}), ZEL_OK);
-        EXPECT_EQ(m_list.count, test.count);
-        FreeSets(m_list);
+        SCOPED_TRACE(Hex(reply));
+        EXPECT_EQ(Read({{81, reply}, {81, {0}}, {81, {0}}, {81, {0}}, {81, {0}}}), ZEL_OK);
+        EXPECT_EQ(m_list.count, reply.size() < 6 ? 0 : reply[5]);
+        FreeReceived(m_list);
     }
 }
 
 TEST_F(ProvisioningHandler, WritesSets)
 {
     FakeSender phone = PhoneWith(kWriteReplies);
-    ProvisioningList record = {0, 2, m_sets, 0, 0, 0};
-    EXPECT_EQ(m_handler.EncodeRequest(phone, ZEL_PROVISIONING_WRITE_ALL, &record), ZEL_OK);
+    EXPECT_EQ(m_handler.EncodeRequest(phone, ZEL_PROVISIONING_WRITE_ALL, &m_toWrite), ZEL_OK);
     ExpectRequests(phone, kWriteRequests);
     // Status 0 and other messages do not end a write.
     EXPECT_EQ(Write({{0x7F, {5}}, {87, {0}}, {83, {}}, {87, {1}}, {87, {1}}, {83, {0, 9}}, {87, {1}}, {1, {}}}),
@@ -288,31 +239,25 @@ TEST_F(ProvisioningHandler, WritesSets)
 
 TEST_F(ProvisioningHandler, WritesNamesUpToALimit)
 {
-    const struct
+    // Units of a name, bytes of its UTF-8, and how many units are sent with the terminator.
+    for (const auto& [units, bytes, sent] : {std::tuple{std::u16string(), 0u, 0u},
+                                             {std::u16string(253, u'a'), 253, 254},
+                                             {std::u16string(255, u'a'), 255, 255},
+                                             {std::u16string(85, u'\u20AC'), 255, 86},
+                                             {std::u16string(256, u'a'), 256, 0},
+                                             {std::u16string(86, u'\u20AC'), 258, 0}})
     {
-        std::u16string name;
-        std::uint8_t bytes;
-        std::uint8_t sentUnits;
-    } cases[] = {{u"", 0, 0},
-                 {std::u16string(253, u'a'), 253, 254},
-                 {std::u16string(255, u'a'), 255, 255},
-                 {std::u16string(85, u'\u20AC'), 255, 86}};
-    for (const auto& test : cases)
-    {
-        const CBStrOwner name = MakeText(test.name);
+        const CBStrOwner name = MakeText(units);
         m_nameRecord.name = name.get();
         FakeSender phone = PhoneWith(kWriteReplies);
-        ProvisioningList record = {0, 2, m_sets, 0, 0, 0};
-        EXPECT_EQ(m_handler.EncodeRequest(phone, ZEL_PROVISIONING_WRITE_ALL, &record), ZEL_OK);
-        EXPECT_EQ(phone.Requests()[5].body[26], test.bytes);
-        EXPECT_EQ(phone.Last().body[1], test.sentUnits);
-        EXPECT_EQ(phone.Last().body.size(), 4u + 2u * test.sentUnits);
-    }
-    for (const auto& tooLong : {std::u16string(256, u'a'), std::u16string(86, u'\u20AC'), std::u16string(999, u'a')})
-    {
-        const CBStrOwner name = MakeText(tooLong);
-        m_nameRecord.name = name.get();
-        EXPECT_EQ(Write({}), std::make_pair(ZEL_E_ARGUMENT, std::size_t{0}));
+        const std::uint32_t result = m_handler.EncodeRequest(phone, ZEL_PROVISIONING_WRITE_ALL, &m_toWrite);
+        ASSERT_EQ(result, bytes > 255 ? ZEL_E_ARGUMENT : ZEL_OK) << bytes;
+        ASSERT_EQ(phone.Requests().size(), bytes > 255 ? 0u : 8u);
+        if (bytes > 255)
+            continue;
+        EXPECT_EQ(phone.Requests()[5].body[26], bytes);
+        EXPECT_EQ(phone.Last().body[1], sent);
+        EXPECT_EQ(phone.Last().body.size(), 4 + 2 * sent);
     }
 }
 
@@ -367,7 +312,7 @@ TEST_F(ProvisioningHandler, NeedsMemory)
 {
     FailEachAllocation([&] {
         const std::uint32_t result = Read(kReadReplies);
-        FreeSets(m_list);
+        FreeReceived(m_list);
         return result;
     });
 }

@@ -1,6 +1,7 @@
 #include "handlers/RadioHandler.h"
 
 #include "support/HandlerChecks.h"
+#include "support/ReceivedRecords.h"
 #include "support/Text.h"
 
 namespace
@@ -26,17 +27,6 @@ const Bytes kSettingReply = {
     0,    0,                          // padding
     0,    4,    9,    9,              // another one, not read
 };
-
-void FreeItems(RadioList& list)
-{
-    for (std::size_t i = 0; i < list.count; ++i)
-    {
-        SysFreeString(list.items[i].name);
-        CoTaskMemFree(list.items[i].data);
-    }
-    CoTaskMemFree(list.items);
-    list = {};
-}
 
 class RadioHandler : public testing::Test
 {
@@ -131,21 +121,14 @@ TEST_F(RadioHandler, ListsItems)
     EXPECT_EQ(m_list.leading, 0x12345678u);
     EXPECT_EQ(m_list.value, 0x77);
     ASSERT_EQ(m_list.count, 3);
-    const struct
-    {
-        std::uint8_t value;
-        std::u16string name;
-        Bytes data;
-    } expected[] = {{0x51, u"A\u20ACB", {0xD1, 0xD2}}, {0, u"", {}}, {0x52, u"CD", {0xE1, 0xE2, 0xE3}}};
-    for (std::size_t i = 0; i < 3; ++i)
-    {
-        const RadioItem& item = m_list.items[i];
-        EXPECT_EQ(item.value, expected[i].value);
-        EXPECT_EQ(item.name == nullptr, expected[i].name.empty());
-        EXPECT_EQ(UnitsOf(item.name), expected[i].name);
-        EXPECT_EQ(Bytes(item.data, item.data + item.data_length), expected[i].data);
-    }
-    FreeItems(m_list);
+    std::vector<std::tuple<std::uint8_t, bool, std::u16string, Bytes>> items;
+    for (const RadioItem* item = m_list.items; item != m_list.items + 3; ++item)
+        items.emplace_back(item->value, item->name != nullptr, UnitsOf(item->name),
+                           Bytes(item->data, item->data + item->data_length));
+    const decltype(items) expected = {
+        {0x51, true, u"A\u20ACB", {0xD1, 0xD2}}, {0, false, u"", {}}, {0x52, true, u"CD", {0xE1, 0xE2, 0xE3}}};
+    EXPECT_EQ(items, expected);
+    FreeReceived(m_list);
 }
 
 TEST_F(RadioHandler, BelievesNoCountAndNoLength)
@@ -160,27 +143,21 @@ TEST_F(RadioHandler, BelievesNoCountAndNoLength)
         EXPECT_EQ(List(reply), ZEL_OK);
         EXPECT_EQ(m_list.count, reply.size() < 2 ? 0 : reply[1]);
         EXPECT_EQ(m_list.items == nullptr, m_list.count == 0);
-        FreeItems(m_list);
+        FreeReceived(m_list);
     }
 }
 
 TEST_F(RadioHandler, TellsTheLowByteOfANamesLength)
 {
-    const struct
+    // Units of a name, its length byte, the size of the sub-block.
+    for (const auto& [units, lengthByte, size] :
+         {std::tuple{0u, 0, 12u}, {2, 2, 16}, {300, 44, 612}, {256, 0, 12}, {32632, 0x78, 65276}, {65536, 0, 12}})
     {
-        std::size_t units;
-        std::uint8_t lengthByte;
-        std::size_t bodySize;
-    } cases[] = {{0, 0, 12}, {2, 2, 16}, {300, 44, 612}, {256, 0, 12}, {32632, 0x78, 65276}, {65536, 0, 12}};
-    for (const auto& test : cases)
-    {
-        SCOPED_TRACE(test.units);
-        const CBStrOwner name = MakeText(std::u16string(test.units, u'n'));
-        // Body: two bytes, the header, four bytes, the name, the data with their padding.
+        const CBStrOwner name = MakeText(std::u16string(units, u'n'));
         const Bytes body = Written({0, 1, name.get(), 2, m_data});
-        EXPECT_EQ(body[6], test.lengthByte);
-        EXPECT_EQ(body.size(), test.bodySize + 2);
-        EXPECT_EQ(body[4] << 8 | body[5], static_cast<int>(test.bodySize));
+        EXPECT_EQ(body[6], lengthByte) << units;
+        EXPECT_EQ(body.size(), size + 2);
+        EXPECT_EQ(body[4] << 8 | body[5], static_cast<int>(size));
         EXPECT_EQ(Bytes(body.end() - 4, body.end()), (Bytes{0xD1, 0xD2, 0, 0}));
     }
     EXPECT_TRUE(SameBytes({0, 1, 1, 0, 0, 8, 0, 0, 5, 0}, Written({0, 5, static_cast<BSTR>(kUnreadable), 0, nullptr})));
@@ -245,7 +222,7 @@ TEST_F(RadioHandler, NeedsMemory)
 {
     FailEachAllocation([&] {
         const std::uint32_t result = List(kListReply);
-        FreeItems(m_list);
+        FreeReceived(m_list);
         return result;
     });
     FailEachAllocation([&] {

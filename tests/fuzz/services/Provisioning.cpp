@@ -1,47 +1,35 @@
 #include "fuzz/FuzzService.h"
 #include "handlers/ProvisioningHandler.h"
+#include "support/ReceivedRecords.h"
 
 namespace
 {
-
-void TakeSet(ProvisioningSet& set)
-{
-    Require((set.access == nullptr) == (set.name == nullptr), "a set has all details or none");
-    if (set.access != nullptr)
-    {
-        Touch(set.access->block_a, set.access->length_a);
-        Touch(set.access->block_c, set.access->length_c);
-        CoTaskMemFree(set.access->block_a);
-        CoTaskMemFree(set.access->block_c);
-        TakeText(set.name->name);
-    }
-    CoTaskMemFree(set.access);
-    CoTaskMemFree(set.name);
-    Touch(set.content, set.content_size);
-    CoTaskMemFree(set.content);
-}
 
 void ReadAll(CFuzzCase& fuzz)
 {
     ProvisioningList list = {};
     fuzz.Request(&list);
     for (std::size_t i = 0; i < list.count; ++i)
-        TakeSet(list.sets[i]);
-    CoTaskMemFree(list.sets);
+    {
+        const ProvisioningSet& set = list.sets[i];
+        Require((set.access == nullptr) == (set.name == nullptr), "a set has all details or none");
+        Touch(set.content, set.content_size);
+        if (set.access == nullptr)
+            continue;
+        Touch(set.access->block_a, set.access->length_a);
+        Touch(set.access->block_c, set.access->length_c);
+        TouchText(set.name->name);
+    }
+    FreeReceived(list);
 }
 
 void WriteAll(CFuzzCase& fuzz)
 {
-    auto blockA = fuzz.Block(fuzz.Byte());
-    auto blockC = fuzz.Block(fuzz.Byte());
-    ProvisioningAccess access = {0,
-                                 fuzz.Word(),
-                                 fuzz.Word(),
-                                 static_cast<std::uint8_t>(blockA.size()),
-                                 fuzz.Byte(),
-                                 blockA.data(),
-                                 static_cast<std::uint8_t>(blockC.size()),
-                                 blockC.data()};
+    const std::uint8_t lengthA = fuzz.Byte();
+    const std::uint8_t lengthC = fuzz.Byte();
+    auto blockA = fuzz.Block(lengthA);
+    auto blockC = fuzz.Block(lengthC);
+    ProvisioningAccess access = {0, fuzz.Word(), fuzz.Word(), lengthA, 9, blockA.data(), lengthC, blockC.data()};
     const CBStrOwner text = fuzz.Text();
     ProvisioningName name = {0, fuzz.Byte(), fuzz.Byte(), text.get()};
     ProvisioningSet sets[2] = {{{}, fuzz.Byte(), &access, &name, 0, 0, nullptr},

@@ -1,5 +1,6 @@
 #include "fuzz/FuzzService.h"
 #include "handlers/RadioHandler.h"
+#include "support/ReceivedRecords.h"
 
 namespace
 {
@@ -10,11 +11,10 @@ void List(CFuzzCase& fuzz)
     fuzz.Request(&list);
     for (std::size_t i = 0; i < list.count; ++i)
     {
-        TakeText(list.items[i].name);
+        TouchText(list.items[i].name);
         Touch(list.items[i].data, list.items[i].data_length);
-        CoTaskMemFree(list.items[i].data);
     }
-    CoTaskMemFree(list.items);
+    FreeReceived(list);
 }
 
 void WriteItem(CFuzzCase& fuzz)

@@ -10,21 +10,16 @@ using testing::HasSubstr;
 namespace
 {
 
-Value Whole()
-{
-    return {{"number", 5},        {"name", "N\xC3\xA9"}, {"name_value", 255}, {"value_4", 65535}, {"value_6", 0},
-            {"block_a", "AA BB"}, {"length_b", 9},       {"block_c", ""},     {"content_size", 0}};
-}
-
-const Value kBare = {{"number", 0},         {"name", nullptr},    {"name_value", nullptr},
-                     {"value_4", nullptr},  {"value_6", nullptr}, {"block_a", nullptr},
-                     {"length_b", nullptr}, {"block_c", nullptr}, {"content_size", 0}};
+const Value kWhole = Value::parse(R"({"number":5,"name":"N\u00E9","name_value":255,"value_4":65535,"value_6":0,)"
+                                  R"("block_a":"AA BB","length_b":9,"block_c":"","content_size":0})");
+const Value kBare = Value::parse(R"({"number":0,"name":null,"name_value":null,"value_4":null,"value_6":null,)"
+                                 R"("block_a":null,"length_b":null,"block_c":null,"content_size":0})");
 
 TEST(ProvisioningSets, WhatIsDescribedCanBeSent)
 {
-    for (const Value& sets : {Value::array(), Value::array({Whole(), kBare})})
+    for (const Value& sets : {Value::array(), Value::array({kWhole, kBare})})
         EXPECT_EQ(DescribeSets(CSetsToSend(sets).List()), sets);
-    CSetsToSend sparse(Value::array({{{"number", 1}, {"content_file", "content-1.bin"}}}));
+    CSetsToSend sparse(Value::parse(R"([{"number":1,"content_file":"content-1.bin"}])"));
     EXPECT_EQ(sparse.List().sets[0].access, nullptr);
     EXPECT_EQ(sparse.List().sets[0].name, nullptr);
 }
@@ -36,10 +31,10 @@ TEST(ProvisioningSets, WhatIsWrongInThemIsNamed)
         const char* field;
         Value value;
         const char* reason;
-    } cases[] = {{"number", 256, "\"number\" is not a number from 0 to 255"},
+    } cases[] = {{"number", 256u, "\"number\" is not a number from 0 to 255"},
                  {"number", -1, "\"number\" is not a number"},
                  {"number", "1", "\"number\" is not a number"},
-                 {"value_4", 65536, "from 0 to 65535"},
+                 {"value_4", 65536u, "from 0 to 65535"},
                  {"value_6", nullptr, "not all of them"},
                  {"name_value", nullptr, "not all of them"},
                  {"name", 3, "\"name\" is not a text"},
@@ -49,7 +44,7 @@ TEST(ProvisioningSets, WhatIsWrongInThemIsNamed)
                  {"block_b", 1, "no field \"block_b\""}};
     for (const auto& [field, value, reason] : cases)
     {
-        Value set = Whole();
+        Value set = kWhole;
         set[field] = value;
         try
         {

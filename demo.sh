@@ -113,6 +113,28 @@ says 'messaging event'
 zelctl 0 watch connection --count 1 --for 60
 says 'connection event'
 
+heading 'Provisioning: setting sets, saved with their contents and sent back'
+zelctl 0 provisioning list
+says 'E-Mail'
+rm -rf "$work/sets"
+zelctl 0 provisioning save "$work/sets"
+says 'content-1.bin'
+zelctl 0 provisioning write "$work/sets"
+says 'written: 3'
+zelctl 0 provisioning select 2
+zelctl 0 provisioning list
+says 'value 18: 2'
+
+heading 'The radio: a new item, and a setting'
+zelctl 0 radio list
+says 'Hill Radio'
+zelctl 0 radio write 3 'Äther' 00 01 8A 0C
+zelctl 0 radio list
+says 'Äther'
+zelctl 0 radio set 1 1 12 0 0 101500 Volume
+zelctl 0 radio setting 1
+says 'value 13: 12'
+
 heading 'The same phone, by its serial number'
 zelctl 0 --serial 350123451234567 raw access
 says 0x03

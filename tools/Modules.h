@@ -11,6 +11,8 @@ namespace zelctl
 // One module for each service, in <Service>Commands.cpp.
 extern const Module kFileModule;
 extern const Module kMessagingModule;
+extern const Module kProvisioningModule;
+extern const Module kRadioModule;
 extern const Module kRawModule;
 extern const Module kTimeModule;
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <zelapi/provisioning.h>
 #include <zelapi/zelapi.h>
 
 namespace zelctl
@@ -26,7 +27,10 @@ constexpr char kReport[] = "Look at the call in the link service's trace (vorlan
 constexpr KnownResult kKnown[] = {
     {ZEL_OK, "Success.", ""},
     {ZEL_NOT_HANDLED, "The library does not know this request, or the phone's reply was not the expected one.", ""},
+    {ZEL_PROVISIONING_REFUSED, "The phone refused without a reason.", ""},
     {ZEL_NOT_SUPPORTED, "The phone does not support this service or operation.",
+     "\"zelctl services\" shows what the phone supports."},
+    {ZEL_PROVISIONING_NO_SERVICE, "The phone does not have this service.",
      "\"zelctl services\" shows what the phone supports."},
     {ZEL_E_CREATE, "A COM object that the library needs could not be created.", ""},
     {ZEL_E_FAIL, "General failure: something unexpected happened.", kReport},

@@ -6,6 +6,8 @@
 #include "handlers/FullAccessHandler.h"
 #include "handlers/MessagingHandler.h"
 #include "handlers/PNDHandler.h"
+#include "handlers/ProvisioningHandler.h"
+#include "handlers/RadioHandler.h"
 #include "handlers/SMSHandler.h"
 #include "handlers/StorageHandler.h"
 #include "handlers/TimeHandler.h"
@@ -57,6 +59,10 @@ std::shared_ptr<CContentHandler> CHandlerRegistry::Create(std::uint8_t resource)
         return std::make_shared<CCalendarHandler>();
     case 0x19:
         return std::make_shared<CTimeHandler>();
+    case 0x22:
+        return std::make_shared<CProvisioningHandler>();
+    case 0x3E:
+        return std::make_shared<CRadioHandler>();
     case 0x66:
         return std::make_shared<CMessagingHandler>();
     case 0x6D:

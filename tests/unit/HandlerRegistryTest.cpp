@@ -6,6 +6,8 @@
 #include "handlers/FullAccessHandler.h"
 #include "handlers/MessagingHandler.h"
 #include "handlers/PNDHandler.h"
+#include "handlers/ProvisioningHandler.h"
+#include "handlers/RadioHandler.h"
 #include "handlers/SMSHandler.h"
 #include "handlers/StorageHandler.h"
 #include "handlers/TimeHandler.h"
@@ -37,6 +39,8 @@ TEST(HandlerRegistry, MakesTheHandlerOfEachResourceOnce)
     } cases[] = {
         {0x01, &Is<CCallHandler>},       {0x02, &Is<CSMSHandler>},   {0x03, &Is<CPNDHandler>},
         {0x13, &Is<CCalendarHandler>},   {0x14, &Is<CSMSHandler>},   {0x19, &Is<CTimeHandler>},
+        {0x22, &Is<CProvisioningHandler>},
+        {0x3E, &Is<CRadioHandler>},
         {0x66, &Is<CMessagingHandler>},  {0x6D, &Is<CFile2Handler>}, {0xAA, &Is<CStorageHandler>},
         {0xFF, &Is<CFullAccessHandler>},
     };

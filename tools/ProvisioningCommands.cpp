@@ -1,0 +1,104 @@
+#include "Modules.h"
+#include "ProvisioningSets.h"
+
+namespace zelctl
+{
+namespace
+{
+
+std::filesystem::path FolderOf(const CContext& context)
+{
+    const std::string& folder = context.arguments.Text(0);
+    if (folder.empty())
+        throw CUsageError("FOLDER is empty");
+    return ToUtf16(folder);
+}
+
+void ReadSets(CConnection& phone, ProvisioningList& list)
+{
+    const CProgress progress("Reading the sets and their contents...");
+    phone.Send("reading the sets", ZEL_PROVISIONING_READ_ALL, list);
+}
+
+Value Result(Value sets, const ProvisioningList& list)
+{
+    return {{"sets", std::move(sets)},
+            {"value_16", list.value_16},
+            {"value_17", list.value_17},
+            {"value_18", list.value_18}};
+}
+
+void ListSets(CContext& context)
+{
+    CReceivedSets received;
+    ReadSets(context.Phone(), received.list);
+    context.output.Show(Result(DescribeSets(received.list), received.list));
+}
+
+void Save(CContext& context)
+{
+    const std::filesystem::path folder = FolderOf(context);
+    RequireNoSets(folder);
+    CReceivedSets received;
+    ReadSets(context.Phone(), received.list);
+    context.output.Show(Result(SaveSets(received.list, folder), received.list));
+}
+
+void Write(CContext& context)
+{
+    CSetsToSend sets(LoadSets(FolderOf(context)));
+    {
+        const CProgress progress("Writing the sets...");
+        context.Phone().Send("writing the sets", ZEL_PROVISIONING_WRITE_ALL, sets.List());
+    }
+    context.output.Show({{"written", sets.List().count}});
+}
+
+void Select(CContext& context)
+{
+    const auto number = static_cast<std::uint8_t>(context.arguments.Number(0, "NUMBER", {0, 255}));
+    ProvisioningNumber record = {0, number};
+    context.Phone().Send("sending the number of the set", ZEL_PROVISIONING_SET_NUMBER, record);
+    context.output.Show({{"number", number}});
+}
+
+constexpr Command kCommands[] = {
+    {"provisioning list",
+     "",
+     0,
+     0,
+     "lists the setting sets",
+     "Values 16 to 18 are the phone's summary. \"zelctl provisioning save\" saves the contents.",
+     {},
+     ListSets},
+    {"provisioning save",
+     "FOLDER",
+     1,
+     1,
+     "saves the setting sets and their contents in a folder",
+     "The folder gets sets.json, which describes the sets, and a file for each content.",
+     {},
+     Save},
+    {"provisioning write",
+     "FOLDER",
+     1,
+     1,
+     "sends saved setting sets to the phone",
+     "Reads sets.json, as \"zelctl provisioning save\" has written it. Contents cannot be sent.",
+     {},
+     Write},
+    {"provisioning select",
+     "NUMBER",
+     1,
+     1,
+     "sends the number of a set to the phone",
+     "What it means is the phone's.",
+     {},
+     Select},
+};
+
+}  // namespace
+
+const Module kProvisioningModule = {0x22, kCommands, {}, nullptr};
+
+}  // namespace zelctl

@@ -1,0 +1,152 @@
+#include "Modules.h"
+#include "TaskMem.h"
+#include "Text.h"
+
+#include <zelapi/radio.h>
+
+namespace zelctl
+{
+namespace
+{
+
+constexpr NumberRange kByte = {0, 255};
+
+/// A list that the library fills in; what it hands out is freed at the end.
+struct ReceivedItems
+{
+    ReceivedItems() = default;
+    ReceivedItems(const ReceivedItems&) = delete;
+    ReceivedItems& operator=(const ReceivedItems&) = delete;
+    ~ReceivedItems()
+    {
+        const TaskMem<RadioItem> items(list.items);
+        for (std::size_t i = 0; items && i < list.count; ++i)
+        {
+            SysFreeString(items.get()[i].name);
+            CoTaskMemFree(items.get()[i].data);
+        }
+    }
+
+    RadioList list = {};
+};
+
+Value DescribeItem(const RadioItem& item)
+{
+    return {{"value", item.value}, {"name", FromBStr(item.name)}, {"data", HexBytes({item.data, item.data_length})}};
+}
+
+Value DescribeSetting(const RadioSetting& setting)
+{
+    return {{"key", setting.key},
+            {"value_12", setting.value_12},
+            {"value_13", setting.value_13},
+            {"value_14", setting.value_14},
+            {"value_15", setting.value_15},
+            {"value_16", setting.value_16},
+            {"text", FromBStr(setting.text)}};
+}
+
+std::uint8_t ByteOf(const CContext& context, std::size_t index, const char* what)
+{
+    return static_cast<std::uint8_t>(context.arguments.Number(index, what, kByte));
+}
+
+void List(CContext& context)
+{
+    ReceivedItems received;
+    {
+        CConnection& phone = context.Phone();
+        const CProgress progress("Reading the items...");
+        phone.Send("listing the radio items", ZEL_RADIO_LIST, received.list);
+    }
+    Value items = Value::array();
+    for (std::size_t i = 0; i < received.list.count; ++i)
+        items.push_back(DescribeItem(received.list.items[i]));
+    context.output.Show({{"value", received.list.value}, {"items", std::move(items)}});
+}
+
+void WriteItem(CContext& context)
+{
+    const CArguments& arguments = context.arguments;
+    const std::uint8_t value = ByteOf(context, 0, "VALUE");
+    const BStr name = ToBStr(arguments.Text(1));
+    if (SysStringLen(name.get()) > 255)
+        throw CUsageError("NAME: more than 255 characters cannot be read back");
+    std::vector<std::uint8_t> data = ParseHex(arguments.Words().subspan(2));
+    if (data.size() > 255)
+        throw CUsageError("HEX: more than 255 bytes cannot be sent");
+    const RadioItem item = {0, value, name.get(), static_cast<std::uint8_t>(data.size()), data.data()};
+    RadioItemRecord record = {0, &item};
+    context.Phone().Send("writing the radio item", ZEL_RADIO_WRITE_ITEM, record);
+    context.output.Show(DescribeItem(item));
+}
+
+void ShowSetting(CContext& context)
+{
+    RadioSetting record = {};
+    record.key = ByteOf(context, 0, "KEY");
+    context.Phone().Send("reading the radio setting", ZEL_RADIO_READ_SETTING, record);
+    const BStr text(record.text);
+    context.output.Show(DescribeSetting(record));
+}
+
+void WriteSetting(CContext& context)
+{
+    const BStr text = ToBStr(context.arguments.Count() > 6 ? context.arguments.Text(6) : "");
+    if (SysStringLen(text.get()) > 120)
+        throw CUsageError("TEXT: more than 120 characters cannot be sent");
+    RadioSetting record = {};
+    record.key = ByteOf(context, 0, "KEY");
+    record.value_12 = ByteOf(context, 1, "VALUE12");
+    record.value_13 = ByteOf(context, 2, "VALUE13");
+    record.value_14 = ByteOf(context, 3, "VALUE14");
+    record.value_15 = ByteOf(context, 4, "VALUE15");
+    record.value_16 = context.arguments.Number(5, "VALUE16");
+    record.text = text.get();
+    context.Phone().Send("writing the radio setting", ZEL_RADIO_WRITE_SETTING, record);
+    context.output.Show(DescribeSetting(record));
+}
+
+void SendRequest3(CContext& context)
+{
+    RadioSetting record = {};
+    record.key = ByteOf(context, 0, "KEY");
+    record.second_key = ByteOf(context, 1, "SECOND-KEY");
+    context.Phone().Send("sending radio request 3", ZEL_RADIO_REQUEST_3, record);
+    context.output.Show({{"key", record.key}, {"second_key", record.second_key}});
+}
+
+constexpr Command kCommands[] = {
+    {"radio list", "", 0, 0, "lists the radio's items with their data", "", {}, List},
+    {"radio write",
+     "VALUE NAME [HEX...]",
+     2,
+     kAnyNumber,
+     "writes an item of the radio",
+     "HEX is the item's data. Two hex digits make a byte: \"01 0A FF\" or 010AFF.",
+     {},
+     WriteItem},
+    {"radio setting", "KEY", 1, 1, "shows a setting of the radio", "", {}, ShowSetting},
+    {"radio set",
+     "KEY VALUE12 VALUE13 VALUE14 VALUE15 VALUE16 [TEXT]",
+     6,
+     7,
+     "writes a setting of the radio",
+     "The values are those that \"zelctl radio setting\" shows; all but the last are one byte.",
+     {},
+     WriteSetting},
+    {"radio request",
+     "KEY SECOND-KEY",
+     2,
+     2,
+     "sends the radio's request 3 with two keys",
+     "What it does is the phone's.",
+     {},
+     SendRequest3},
+};
+
+}  // namespace
+
+const Module kRadioModule = {0x3E, kCommands, {}, nullptr};
+
+}  // namespace zelctl

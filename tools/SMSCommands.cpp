@@ -97,8 +97,11 @@ void Show(CContext& context)
     context.output.Show(fields);
 }
 
-std::vector<std::uint8_t> Block(const CArguments& arguments, std::string_view option)
+/// A block of a message of this kind; only messages of `kinds` have it.
+std::vector<std::uint8_t> Block(const CArguments& arguments, const char* option, std::uint8_t kind, NumberRange kinds)
 {
+    if (arguments.Has(option) && (kind < kinds.minimum || kind > kinds.maximum))
+        throw CUsageError("kind " + std::to_string(kind) + " takes no " + option);
     constexpr NumberRange kWhole = {ZEL_SMS_BLOCK_LENGTH, ZEL_SMS_BLOCK_LENGTH};
     return arguments.OptionBytes(option, kWhole).value_or(std::vector<std::uint8_t>(ZEL_SMS_BLOCK_LENGTH));
 }
@@ -112,12 +115,13 @@ void Store(CContext& context)
 {
     const CArguments& arguments = context.arguments;
     CMessageParameters parameters(arguments);
-    auto first = Block(arguments, "--first-block");
-    auto second = Block(arguments, "--second-block");
+    const auto kind = static_cast<std::uint8_t>(arguments.Number(0, "KIND", {ZEL_SMS_KIND_0, ZEL_SMS_KIND_2}));
+    auto first = Block(arguments, "--first-block", kind, {ZEL_SMS_KIND_0, ZEL_SMS_KIND_1});
+    auto second = Block(arguments, "--second-block", kind, {ZEL_SMS_KIND_1, ZEL_SMS_KIND_1});
     SmsStoredMessage record = {};
     record.location = static_cast<std::uint16_t>(arguments.OptionNumber("--location", kWord).value_or(0));
     ReadSelectors(arguments, record);
-    record.content.kind = static_cast<std::uint8_t>(arguments.Number(0, "KIND", {ZEL_SMS_KIND_0, ZEL_SMS_KIND_2}));
+    record.content.kind = kind;
     if (const auto header = arguments.OptionBytes("--header", {2, 4}))
         SetHeader(record.content, *header);
     record.content.first_block = first.data();

@@ -134,6 +134,29 @@ says 'Äther'
 zelctl 0 radio set 1 1 12 0 0 101500 Volume
 zelctl 0 radio setting 1
 says 'value 13: 12'
+heading 'Short messages: list, read, store, read back, delete; one arrives'
+zelctl 0 sms list
+says 'values: 1, 2, 3'
+zelctl 0 sms show 1
+says '60 50 71 01 21 03 21'
+zelctl 0 sms store 2 --data '48 69' --time '2024-02-29 23:59:58'
+says 'location: 4'
+zelctl 0 sms show 4
+says '2024-02-29 23:59:58'
+zelctl 0 sms delete 4
+zelctl 0 watch sms --count 1 --for 40
+says 'message received'
+
+heading 'Calls: one comes in; make one, ask for it, end it'
+zelctl 0 watch call --count 1 --for 40
+says '+358401234567'
+zelctl 0 call dial '+358401234567'
+says 'call: 1'
+zelctl 0 call status 1
+says 358401234567
+zelctl 0 call request-9 1
+zelctl 1 call query 1
+says 'status 30'
 
 heading 'The same phone, by its serial number'
 zelctl 0 --serial 350123451234567 raw access

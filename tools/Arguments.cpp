@@ -129,6 +129,28 @@ std::uint32_t CArguments::Number(std::size_t index, std::string_view what, Numbe
     return ParseNumber(m_words[index], what, range);
 }
 
+std::optional<std::string> CArguments::OptionText(std::string_view option) const
+{
+    const auto found = m_options.find(option);
+    if (found == m_options.end())
+        return std::nullopt;
+    return found->second;
+}
+
+std::optional<std::vector<std::uint8_t>> CArguments::OptionBytes(std::string_view option, NumberRange counts) const
+{
+    const auto text = OptionText(option);
+    if (!text)
+        return std::nullopt;
+    std::vector<std::uint8_t> bytes = ParseHex({&*text, 1});
+    if (bytes.size() >= counts.minimum && bytes.size() <= counts.maximum)
+        return bytes;
+    const std::string range = counts.minimum == counts.maximum
+                                  ? std::to_string(counts.minimum)
+                                  : std::to_string(counts.minimum) + " to " + std::to_string(counts.maximum);
+    throw CUsageError(std::string(option) + " takes " + range + " bytes, not " + std::to_string(bytes.size()));
+}
+
 std::optional<std::uint32_t> CArguments::OptionNumber(std::string_view option, NumberRange range) const
 {
     const auto found = m_options.find(option);

@@ -52,6 +52,9 @@ class CArguments
     std::uint32_t Number(std::size_t index, std::string_view what, NumberRange range = {}) const;
 
     bool Has(std::string_view option) const { return m_options.contains(option); }
+    std::optional<std::string> OptionText(std::string_view option) const;
+    /// Bytes in hex. `counts` says how many there may be.
+    std::optional<std::vector<std::uint8_t>> OptionBytes(std::string_view option, NumberRange counts) const;
     std::optional<std::uint32_t> OptionNumber(std::string_view option, NumberRange range = {}) const;
 
   private:

@@ -7,6 +7,9 @@ namespace
 
 constexpr const Module* kModules[] = {
     &kTimeModule,
+    &kCallModule,
+    &kSMSModule,
+    &kSMSStoreModule,
     &kFileModule,
     &kMessagingModule,
     &kProvisioningModule,

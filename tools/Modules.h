@@ -9,11 +9,14 @@ namespace zelctl
 {
 
 // One module for each service, in <Service>Commands.cpp.
+extern const Module kCallModule;
 extern const Module kFileModule;
 extern const Module kMessagingModule;
 extern const Module kProvisioningModule;
 extern const Module kRadioModule;
 extern const Module kRawModule;
+extern const Module kSMSModule;
+extern const Module kSMSStoreModule;
 extern const Module kTimeModule;
 
 // Commands that belong to no service.

@@ -165,29 +165,37 @@ void AppendText(CSubBlock& block, const OLECHAR* text, UINT length)
         ThrowCode(ZEL_E_ARGUMENT);
 }
 
-void AppendNumber(CSubBlock& block, CallElement& element)
+bool IsInternational(BSTR number)
+{
+    return SysStringLen(number) != 0 && number[0] == u'+';
+}
+
+void AppendNumber(CSubBlock& block, const CallElement& element)
 {
     const BSTR number = TextOf(element);
-    const UINT length = SysStringLen(number);
-    const bool international = length != 0 && number[0] == u'+';
+    const bool international = IsInternational(number);
     const UINT sign = international ? 1 : 0;
 
     block.AppendByte(static_cast<std::uint8_t>(element.p0 | (international ? ZEL_CALL_INTERNATIONAL : 0)));
     block.AppendByte(element.p1);
     block.AppendByte(0);
-    AppendText(block, number + sign, length - sign);
-
-    if (international)
-    {
-        BSTR digits = SysAllocStringLen(number + 1, length - 1);
-        if (digits == nullptr)
-            throw CAtlException(E_OUTOFMEMORY);
-        element.value.text = digits;
-        SysFreeString(number);
-    }
+    AppendText(block, number + sign, SysStringLen(number) - sign);
 }
 
-void AppendElement(CMessage& message, CallElement& element)
+/// Leaves the number in the caller's element as it was sent, without its "+". Throws CAtlException (E_OUTOFMEMORY).
+void TakeSign(CallElement& element)
+{
+    const BSTR number = TextOf(element);
+    if (element.id != ZEL_CALL_NUMBER || !IsInternational(number))
+        return;
+    BSTR digits = SysAllocStringLen(number + 1, SysStringLen(number) - 1);
+    if (digits == nullptr)
+        throw CAtlException(E_OUTOFMEMORY);
+    element.value.text = digits;
+    SysFreeString(number);
+}
+
+void AppendElement(CMessage& message, const CallElement& element)
 {
     CSubBlock block = NewBlock(kShortBlock, element.id);
     switch (element.id)
@@ -425,8 +433,11 @@ std::uint32_t CCallHandler::Create(CDataSender& sender, CallRecord& record) cons
     CMessage message = Request(kCreateRequest);
     message.AppendByte(0);
     message.AppendByte(record.count_or_mode);
-    for (CallElement& element : ElementsOf(record))
+    const std::span<CallElement> elements = ElementsOf(record);
+    for (const CallElement& element : elements)
         AppendElement(message, element);
+    // Only now: a call that is refused for one of its elements can be tried again with all its numbers as they were.
+    std::for_each(elements.begin(), elements.end(), TakeSign);
     return SendCreate(sender, message, record);
 }
 

@@ -48,6 +48,7 @@ CMsgBase Take(CMsgBase& input, std::uint32_t count)
 CFuzzCase::CFuzzCase(const std::uint8_t* data, std::size_t size)
     : m_input(ExactBody(data, size)),
       m_resource(m_input.ReadByte()),
+      m_otherResource(m_resource),
       m_operation(m_input.ReadByte()),
       m_failingAllocation(m_input.ReadByte()),
       m_failingSend(m_input.ReadByte()),
@@ -130,7 +131,8 @@ CMessage CFuzzCase::TakeMessage()
 
 std::uint32_t CFuzzCase::Send(CMessage& message, std::uint32_t timeoutMs)
 {
-    Require(message.GetResource() == m_resource, "a request names its service");
+    Require(message.GetResource() == m_resource || message.GetResource() == m_otherResource,
+            "a request names its service");
     Require(timeoutMs != 0, "a handler waits for the reply");
     Touch(message.GetData(), message.GetSize());
     if (SendFails() || m_input.GetPosition() >= m_input.GetSize())

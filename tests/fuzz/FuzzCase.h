@@ -36,6 +36,9 @@ class CFuzzCase : public CDataSender
     /// A block of `size` bytes on the heap.
     std::vector<std::uint8_t> Block(std::size_t size);
 
+    /// Names a second service that requests of this handler go to.
+    void AllowResource(std::uint8_t resource) { m_otherResource = resource; }
+
     /// Runs the request with the faults of this input. The record's allocations belong to the caller then.
     std::uint32_t Request(void* record);
 
@@ -57,6 +60,7 @@ class CFuzzCase : public CDataSender
     CMsgBase m_seed;
     CContentHandler* m_handler = nullptr;
     std::uint8_t m_resource;
+    std::uint8_t m_otherResource;
     std::uint8_t m_operation;
     std::uint8_t m_failingAllocation;
     std::uint8_t m_failingSend;

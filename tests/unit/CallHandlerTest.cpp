@@ -257,14 +257,15 @@ TEST_F(CallHandlerTest, RefusesAnElementTooLongForASubBlock)
         EXPECT_EQ(sender.Last().body[3], 252);
 
         const std::u16string tooLong = u"+" + std::u16string(most + 1, u'1');
-        std::vector<CallElement> longer = {NewElement(id, {}, tooLong.c_str())};
-        CallRecord record = {0, 0, 1, 0, longer.data()};
+        std::vector<CallElement> longer = {NewElement(3, {}, u"+1"), NewElement(id, {}, tooLong.c_str())};
+        CallRecord record = {0, 0, 2, 0, longer.data()};
         const std::size_t sent = sender.Requests().size();
         EXPECT_EQ(Encode(0x101, &record), ZEL_E_ARGUMENT);
         EXPECT_EQ(sender.Requests().size(), sent);
-        EXPECT_EQ(TextOf(longer[0].value.text), tooLong);
-        SysFreeString(fits[0].value.text);
-        SysFreeString(longer[0].value.text);
+        EXPECT_EQ(TextOf(longer[0].value.text), u"+1");
+        EXPECT_EQ(TextOf(longer[1].value.text), tooLong);
+        for (const CallElement& element : {fits[0], longer[0], longer[1]})
+            SysFreeString(element.value.text);
     }
 }
 

@@ -264,7 +264,7 @@ TEST(Program, WrongUsageIsExplained)
         {{"radio", "write", "1", std::string(256, 'n')}, "more than 255 characters"},
         {{"radio", "set", "1", "2", "3", "4", "5", "6", std::string(121, 't')}, "more than 120 characters"},
         {{"radio", "request", "1", "x"}, "SECOND-KEY: \"x\" is not a number"},
-        {{"watch", "file"}, "there are connection, messaging, raw"},
+        {{"watch", "file"}, "there are connection, "},
         {{"watch", "--count", "0"}, "--count: 0 is not between"},
         {{"--device", "1", "--serial", "2", "time"}, "exclude each other"},
         {{"--medium", "2", "time"}, "goes with --serial"},

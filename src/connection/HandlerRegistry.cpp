@@ -6,9 +6,11 @@
 #include "handlers/FullAccessHandler.h"
 #include "handlers/MessagingHandler.h"
 #include "handlers/PNDHandler.h"
+#include "handlers/PermHandler.h"
 #include "handlers/SMSHandler.h"
 #include "handlers/StorageHandler.h"
 #include "handlers/TimeHandler.h"
+#include "handlers/WAPConnHandler.h"
 
 #include <algorithm>
 #include <new>
@@ -57,6 +59,10 @@ std::shared_ptr<CContentHandler> CHandlerRegistry::Create(std::uint8_t resource)
         return std::make_shared<CCalendarHandler>();
     case 0x19:
         return std::make_shared<CTimeHandler>();
+    case 0x23:
+        return std::make_shared<CPermHandler>();
+    case 0x3F:
+        return std::make_shared<CWAPConnHandler>();
     case 0x66:
         return std::make_shared<CMessagingHandler>();
     case 0x6D:

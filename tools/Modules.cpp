@@ -9,6 +9,9 @@ constexpr const Module* kModules[] = {
     &kTimeModule,
     &kFileModule,
     &kMessagingModule,
+    &kPermissionsModule,
+    &kStorageModule,
+    &kWAPModule,
     &kRawModule,
 };
 

@@ -11,8 +11,11 @@ namespace zelctl
 // One module for each service, in <Service>Commands.cpp.
 extern const Module kFileModule;
 extern const Module kMessagingModule;
+extern const Module kPermissionsModule;
 extern const Module kRawModule;
+extern const Module kStorageModule;
 extern const Module kTimeModule;
+extern const Module kWAPModule;
 
 // Commands that belong to no service.
 extern const Command kServicesCommand;

@@ -157,6 +157,32 @@ says 358401234567
 zelctl 0 call request-9 1
 zelctl 1 call query 1
 says 'status 30'
+heading 'Permissions: a block is read into a file, changed and written back'
+zelctl 0 permissions size 1
+zelctl 0 permissions read 1 "$work/permissions.txt"
+sed -i 's/location=deny/location=ask/' "$work/permissions.txt"
+zelctl 0 permissions write 1 "$work/permissions.txt"
+says 'written: 36'
+zelctl 0 permissions read 1 "$work/permissions.txt"
+grep -q 'location=ask' "$work/permissions.txt" || fail 'the block is not what was written'
+
+heading 'WAP connections: a new one is written and chosen'
+zelctl 0 wap write News http://news.example --flag
+says 0x0103
+zelctl 0 wap show 3
+says http://news.example
+zelctl 0 wap connection-command 3
+zelctl 0 wap byte 3
+says 'byte: 1'
+
+heading 'Storage: what lies in the phone, and on its card'
+zelctl 0 storage areas
+says 'Memory card'
+zelctl 0 storage three-byte-command 0x1001 2 0 0
+zelctl 0 storage list 2
+says '0x00001001, 0x00002001'
+zelctl 0 watch storage --count 1 --for 40
+says 'storage event'
 
 heading 'The same phone, by its serial number'
 zelctl 0 --serial 350123451234567 raw access

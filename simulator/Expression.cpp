@@ -9,7 +9,10 @@ namespace vorlansim
 namespace
 {
 
+constexpr char kTooLong[] = "more than 16 MiB in one message";
+
 void Append(const Expression& expression, Scope& scope, Output& output);
+const Bytes& Value(const Expression& variable, Scope& scope);
 
 std::uint64_t Argument(const Expression& call, std::size_t index, Scope& scope)
 {
@@ -23,10 +26,22 @@ Output ArgumentBytes(const Expression& call, std::size_t index, Scope& scope)
     return output;
 }
 
+/// The bytes of an argument: a variable's value as it lies there, which may be large, anything else through `computed`.
+BytesView ArgumentView(const Expression& call, std::size_t index, Scope& scope, Bytes& computed)
+{
+    const Expression* argument = &call.arguments[index];
+    if (argument->kind == Expression::Kind::Sequence && argument->arguments.size() == 1)
+        argument = &argument->arguments[0];
+    if (argument->kind == Expression::Kind::Variable)
+        return Value(*argument, scope);
+    computed = ArgumentBytes(call, index, scope).bytes;
+    return computed;
+}
+
 void Add(const Expression& at, Output& output, BytesView bytes)
 {
     if (bytes.size() > kMaxBytes - output.bytes.size())
-        throw CScenarioError(at.place, "more than 16 MiB in one message");
+        throw CScenarioError(at.place, kTooLong);
     output.bytes.insert(output.bytes.end(), bytes.begin(), bytes.end());
 }
 
@@ -137,10 +152,11 @@ void AppendRepeated(const Expression& call, Scope& scope, Output& output)
 
 void AppendSlice(const Expression& call, Scope& scope, Output& output)
 {
-    const Bytes content = ArgumentBytes(call, 0, scope).bytes;
+    Bytes computed;
+    const BytesView content = ArgumentView(call, 0, scope, computed);
     const auto start = std::min<std::uint64_t>(Argument(call, 1, scope), content.size());
     const auto length = std::min<std::uint64_t>(Argument(call, 2, scope), content.size() - start);
-    Add(call, output, BytesView(content).subspan(static_cast<std::size_t>(start), static_cast<std::size_t>(length)));
+    Add(call, output, content.subspan(static_cast<std::size_t>(start), static_cast<std::size_t>(length)));
 }
 
 std::uint64_t Count(const Expression& call, Scope& scope)
@@ -171,7 +187,8 @@ std::uint64_t FindKey(const Expression& call, Scope& scope)
 
 std::uint64_t Length(const Expression& call, Scope& scope)
 {
-    return ArgumentBytes(call, 0, scope).bytes.size();
+    Bytes computed;
+    return ArgumentView(call, 0, scope, computed).size();
 }
 
 std::uint64_t Units(const Expression& call, Scope& scope)
@@ -347,6 +364,20 @@ Bytes Evaluate(const Expression& body, Scope& scope)
     Output output;
     Append(body, scope, output);
     return std::move(output.bytes);
+}
+
+bool Extend(Bytes& value, const Expression& body, Scope& scope)
+{
+    if (body.kind != Expression::Kind::Sequence || body.arguments.empty() ||
+        body.arguments[0].kind != Expression::Kind::Variable || FindValue(body.arguments[0], scope) != &value)
+        return false;
+    Output tail;
+    std::for_each(body.arguments.begin() + 1, body.arguments.end(),
+                  [&](const Expression& item) { Append(item, scope, tail); });
+    if (tail.bytes.size() > kMaxBytes - value.size())
+        throw CScenarioError(body.place, kTooLong);
+    value.insert(value.end(), tail.bytes.begin(), tail.bytes.end());
+    return true;
 }
 
 std::uint64_t EvaluateNumber(const Expression& number, Scope& scope)

@@ -107,8 +107,11 @@ const Function* FindFunction(std::string_view name);
 /// No message, and no text, becomes longer than this.
 constexpr std::size_t kMaxBytes = std::size_t{16} * 1024 * 1024;
 
-/// All three throw CScenarioError: an unset variable, a number too large for its field.
+/// All four throw CScenarioError: an unset variable, a number too large for its field.
 Bytes Evaluate(const Expression& body, Scope& scope);
+/// Puts what follows behind a value, where a body begins with this very value; otherwise false. So a phone's memory
+/// grows without being copied each time.
+bool Extend(Bytes& value, const Expression& body, Scope& scope);
 std::uint64_t EvaluateNumber(const Expression& number, Scope& scope);
 std::uint32_t EvaluateKey(const Expression& number, Scope& scope);
 

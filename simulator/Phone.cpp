@@ -406,6 +406,17 @@ void CPhone::PerformNow(const Action& action, Run& run, bool isCallersThread)
     }
 }
 
+Bytes* CPhone::FindKnown(const std::string& name, std::optional<std::uint32_t> key)
+{
+    const auto variable = m_variables.find(name);
+    if (variable == m_variables.end())
+        return nullptr;
+    if (!key)
+        return variable->second.plain ? &*variable->second.plain : nullptr;
+    const auto item = variable->second.items.find(*key);
+    return item == variable->second.items.end() ? nullptr : &item->second;
+}
+
 void CPhone::Assign(const Action& action, Run& run)
 {
     const std::lock_guard lock(m_stateMutex);
@@ -415,6 +426,8 @@ void CPhone::Assign(const Action& action, Run& run)
         key = EvaluateKey(action.target.arguments[0], scope);
     if (action.kind == Action::Kind::Set)
     {
+        if (Bytes* known = FindKnown(action.target.name, key); known != nullptr && Extend(*known, action.body, scope))
+            return;
         Bytes value = Evaluate(action.body, scope);
         Variable& variable = m_variables[action.target.name];
         if (key)

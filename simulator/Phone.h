@@ -70,6 +70,8 @@ class CPhone
     void DropAnswer(const Action& action, Run& run);
     void Perform(const Action& action, const RunPointer& run);
     void PerformNow(const Action& action, Run& run, bool isCallersThread);
+    /// What a variable holds; null if it is unset.
+    Bytes* FindKnown(const std::string& name, std::optional<std::uint32_t> key);
     void Assign(const Action& action, Run& run);
     void Raise(const Event& event, const Run& run, bool isCallersThread);
     Bytes EvaluateBytes(const Expression& body, Run& run);

@@ -14,6 +14,9 @@ constexpr const Module* kModules[] = {
     &kMessagingModule,
     &kProvisioningModule,
     &kRadioModule,
+    &kPermissionsModule,
+    &kStorageModule,
+    &kWAPModule,
     &kRawModule,
 };
 

@@ -17,7 +17,11 @@ extern const Module kRadioModule;
 extern const Module kRawModule;
 extern const Module kSMSModule;
 extern const Module kSMSStoreModule;
+extern const Module kPermissionsModule;
+extern const Module kRawModule;
+extern const Module kStorageModule;
 extern const Module kTimeModule;
+extern const Module kWAPModule;
 
 // Commands that belong to no service.
 extern const Command kServicesCommand;

@@ -8,9 +8,11 @@
 #include "handlers/PNDHandler.h"
 #include "handlers/ProvisioningHandler.h"
 #include "handlers/RadioHandler.h"
+#include "handlers/PermHandler.h"
 #include "handlers/SMSHandler.h"
 #include "handlers/StorageHandler.h"
 #include "handlers/TimeHandler.h"
+#include "handlers/WAPConnHandler.h"
 
 #include <algorithm>
 #include <new>
@@ -63,6 +65,10 @@ std::shared_ptr<CContentHandler> CHandlerRegistry::Create(std::uint8_t resource)
         return std::make_shared<CProvisioningHandler>();
     case 0x3E:
         return std::make_shared<CRadioHandler>();
+    case 0x23:
+        return std::make_shared<CPermHandler>();
+    case 0x3F:
+        return std::make_shared<CWAPConnHandler>();
     case 0x66:
         return std::make_shared<CMessagingHandler>();
     case 0x6D:

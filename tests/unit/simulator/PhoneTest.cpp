@@ -97,6 +97,18 @@ TEST(PhoneTest, StoresShowsListsAndDeletes)
     EXPECT_EQ(play.Ask("07"), "08 00");
 }
 
+TEST(PhoneTest, ValuesGrow)
+{
+    // Also by themselves, by a capture that hides them, and by what cannot be known.
+    CPlay play("set log = 01\nset e[2] = AA\non 25 1 <x:1>\n  set log = $log $x\n  set e[2] = $e[2] $e[2]\n"
+               "  reply 2 $log EE $e[2]\non 25 3 <log:1>\n  set log = $log $log\n  reply 4\n"
+               "on 25 5\n  set e[2] = $e[2] 01 $e[9]\n  reply 6\n");
+    EXPECT_EQ(play.Ask("01 02"), "02 01 02 EE AA AA");
+    EXPECT_EQ(play.Ask("03 07"), "04");
+    EXPECT_EQ(play.Ask("05"), "0x8000FFFF");
+    EXPECT_EQ(play.Ask("01 03"), "02 07 07 03 EE AA AA AA AA");
+}
+
 TEST(PhoneTest, SharesItsMemoryAmongClients)
 {
     CPlay play("on 25 1 <x:1>\n  set last = $x\n  reply 2\non 25 3\n  reply 4 $last\n");

@@ -1,0 +1,123 @@
+#include "Modules.h"
+#include "TaskMem.h"
+#include "Text.h"
+
+#include <zelapi/storage.h>
+
+namespace zelctl
+{
+namespace
+{
+
+constexpr std::uint16_t kNoValue = 0xFFFF;
+
+/// The areas of a phone, freed with their names.
+struct AreaList : StorageAreaList
+{
+    AreaList() : StorageAreaList() {}
+    AreaList(const AreaList&) = delete;
+    AreaList& operator=(const AreaList&) = delete;
+    ~AreaList()
+    {
+        for (const StorageArea& area : Areas())
+            SysFreeString(area.name);
+        CoTaskMemFree(areas);
+    }
+
+    std::span<const StorageArea> Areas() const { return {areas, count}; }
+};
+
+void ShowAreas(CContext& context)
+{
+    AreaList list;
+    context.Phone().Send("listing the areas", ZEL_STORAGE_LIST_AREAS, static_cast<StorageAreaList&>(list));
+    Value rows = Value::array();
+    for (const StorageArea& area : list.Areas())
+        rows.push_back({{"area", area.number}, {"name", FromBStr(area.name)}});
+    context.output.Show(rows);
+}
+
+std::uint8_t ByteOf(const CArguments& arguments, std::size_t index, std::string_view what)
+{
+    return static_cast<std::uint8_t>(arguments.Number(index, what, {0, 0xFF}));
+}
+
+void ShowIdentifiers(CContext& context)
+{
+    StorageIdentifierList list = {};
+    list.area = ByteOf(context.arguments, 0, "AREA");
+    context.Phone().Send("reading the identifiers of the area", ZEL_STORAGE_LIST_IDENTIFIERS, list);
+    const TaskMem<std::uint32_t> owned(list.identifiers);
+    Value identifiers = Value::array();
+    for (const std::uint32_t identifier : std::span(list.identifiers, list.count))
+        identifiers.push_back(Hex(identifier, 8));
+    context.output.Show({{"area", list.area}, {"identifiers", std::move(identifiers)}});
+}
+
+void SendCommand(CContext& context)
+{
+    StorageAreaCommand unused = {};
+    context.Phone().Send("sending the command", ZEL_STORAGE_COMMAND, unused);
+    context.output.Show({{"done", true}});
+}
+
+void SendAreaCommand(CContext& context)
+{
+    StorageAreaCommand command = {ByteOf(context.arguments, 0, "VALUE")};
+    context.Phone().Send("sending the command", ZEL_STORAGE_AREA_COMMAND, command);
+    context.output.Show({{"value", command.value}, {"done", true}});
+}
+
+void SendIdentifierCommand(CContext& context)
+{
+    StorageIdentifierCommand command = {0, context.arguments.Number(0, "ID")};
+    context.Phone().Send("sending the command", ZEL_STORAGE_IDENTIFIER_COMMAND, command);
+    context.output.Show({{"identifier", Hex(command.identifier, 8)}, {"done", true}});
+}
+
+void SendThreeByteCommand(CContext& context)
+{
+    const CArguments& arguments = context.arguments;
+    StorageThreeByteCommand command = {0, arguments.Number(0, "ID"), ByteOf(arguments, 1, "FIRST"),
+                                       ByteOf(arguments, 2, "SECOND"), ByteOf(arguments, 3, "THIRD")};
+    context.Phone().Send("sending the command", ZEL_STORAGE_THREE_BYTE_COMMAND, command);
+    context.output.Show({{"identifier", Hex(command.identifier, 8)}, {"done", true}});
+}
+
+Value ValueOf(std::uint16_t value)
+{
+    return value == kNoValue ? Value(nullptr) : Value(value);
+}
+
+Value DescribeEvent(const void* record)
+{
+    const auto& event = *static_cast<const StorageEventRecord*>(record);
+    return {{"event", event.event},
+            {"first", ValueOf(event.first)},
+            {"second", ValueOf(event.second)},
+            {"third", ValueOf(event.third)}};
+}
+
+constexpr Command kCommands[] = {
+    {"storage areas", "", 0, 0, "lists the storage areas", "", {}, ShowAreas},
+    {"storage list", "AREA", 1, 1, "lists the identifiers that an area holds", "", {}, ShowIdentifiers},
+    {"storage command", "", 0, 0, "sends the command without data", "", {}, SendCommand},
+    {"storage area-command", "VALUE", 1, 1, "sends the command on an area", "", {}, SendAreaCommand},
+    {"storage id-command", "ID", 1, 1, "sends the command on an identifier", "", {}, SendIdentifierCommand},
+    {"storage three-byte-command",
+     "ID FIRST SECOND THIRD",
+     4,
+     4,
+     "sends the command on an identifier that has three bytes",
+     "",
+     {},
+     SendThreeByteCommand},
+};
+
+constexpr Indication kIndications[] = {{ZEL_STORAGE_EVENT, "storage event", DescribeEvent, CoTaskMemFree}};
+
+}  // namespace
+
+const Module kStorageModule = {0xAA, kCommands, kIndications, nullptr};
+
+}  // namespace zelctl

@@ -9,6 +9,8 @@ constexpr const Module* kModules[] = {
     &kTimeModule,
     &kFileModule,
     &kMessagingModule,
+    &kProfilesModule,
+    &kSupplementaryModule,
     &kRawModule,
 };
 

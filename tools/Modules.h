@@ -11,7 +11,9 @@ namespace zelctl
 // One module for each service, in <Service>Commands.cpp.
 extern const Module kFileModule;
 extern const Module kMessagingModule;
+extern const Module kProfilesModule;
 extern const Module kRawModule;
+extern const Module kSupplementaryModule;
 extern const Module kTimeModule;
 
 // Commands that belong to no service.

@@ -183,6 +183,25 @@ zelctl 0 storage list 2
 says '0x00001001, 0x00002001'
 zelctl 0 watch storage --count 1 --for 40
 says 'storage event'
+heading 'User profiles: the name of one, changed and read again'
+zelctl 0 profiles show 1 12 1
+says General
+zelctl 0 profiles set 1 12 text 'Büro'
+zelctl 0 --json profiles show 1 12
+says '"value": "Büro"'
+zelctl 0 profiles set-bytes 02 00 00 00
+says 'phone says: 02 00 00 00'
+
+heading 'A supplementary service: its number, changed and asked for'
+zelctl 0 supplementary query 0x21 0
+says '+12025550143'
+zelctl 0 supplementary request 3 0x21 0 '+12025550199'
+zelctl 0 supplementary query 0x21 0
+says '+12025550199'
+zelctl 1 supplementary query 0x44 0
+says 'status 33'
+zelctl 0 watch supplementary --count 1 --for 60
+says 'block id: 33'
 
 heading 'The same phone, by its serial number'
 zelctl 0 --serial 350123451234567 raw access

@@ -17,6 +17,8 @@ constexpr const Module* kModules[] = {
     &kPermissionsModule,
     &kStorageModule,
     &kWAPModule,
+    &kProfilesModule,
+    &kSupplementaryModule,
     &kRawModule,
 };
 

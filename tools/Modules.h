@@ -20,6 +20,9 @@ extern const Module kSMSStoreModule;
 extern const Module kPermissionsModule;
 extern const Module kRawModule;
 extern const Module kStorageModule;
+extern const Module kProfilesModule;
+extern const Module kRawModule;
+extern const Module kSupplementaryModule;
 extern const Module kTimeModule;
 extern const Module kWAPModule;
 

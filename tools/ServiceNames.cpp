@@ -14,7 +14,7 @@ constexpr ServiceName kServices[] = {
     {0x01, "call", "calls", true},
     {0x02, "sms", "short messages", true},
     {0x03, "pnd", "stored entries", true},
-    {0x06, "services", "supplementary services", true},
+    {0x06, "supplementary", "supplementary services", true},
     {0x13, "calendar", "calendar", true},
     {0x14, "sms-store", "short messages, stored", true},
     {0x19, "time", "clock", true},

@@ -11,8 +11,10 @@
 #include "handlers/PermHandler.h"
 #include "handlers/SMSHandler.h"
 #include "handlers/StorageHandler.h"
+#include "handlers/SupplementaryServicesHandler.h"
 #include "handlers/TimeHandler.h"
 #include "handlers/WAPConnHandler.h"
+#include "handlers/UserProfilesHandler.h"
 
 #include <algorithm>
 #include <new>
@@ -57,6 +59,8 @@ std::shared_ptr<CContentHandler> CHandlerRegistry::Create(std::uint8_t resource)
         return std::make_shared<CSMSHandler>();
     case 0x03:
         return std::make_shared<CPNDHandler>();
+    case 0x06:
+        return std::make_shared<CSupplementaryServicesHandler>();
     case 0x13:
         return std::make_shared<CCalendarHandler>();
     case 0x19:
@@ -69,6 +73,8 @@ std::shared_ptr<CContentHandler> CHandlerRegistry::Create(std::uint8_t resource)
         return std::make_shared<CPermHandler>();
     case 0x3F:
         return std::make_shared<CWAPConnHandler>();
+    case 0x39:
+        return std::make_shared<CUserProfilesHandler>();
     case 0x66:
         return std::make_shared<CMessagingHandler>();
     case 0x6D:

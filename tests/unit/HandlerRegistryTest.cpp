@@ -11,8 +11,10 @@
 #include "handlers/PermHandler.h"
 #include "handlers/SMSHandler.h"
 #include "handlers/StorageHandler.h"
+#include "handlers/SupplementaryServicesHandler.h"
 #include "handlers/TimeHandler.h"
 #include "handlers/WAPConnHandler.h"
+#include "handlers/UserProfilesHandler.h"
 #include "support/ComApartment.h"
 #include "support/FakeLinkService.h"
 #include "zelapi/full_access.h"
@@ -49,6 +51,12 @@ TEST(HandlerRegistry, MakesTheHandlerOfEachResourceOnce)
         {0x13, &Is<CCalendarHandler>}, {0x14, &Is<CSMSHandler>},     {0x19, &Is<CTimeHandler>},
         {0x23, &Is<CPermHandler>},     {0x3F, &Is<CWAPConnHandler>}, {0x66, &Is<CMessagingHandler>},
         {0x6D, &Is<CFile2Handler>},    {0xAA, &Is<CStorageHandler>}, {0xFF, &Is<CFullAccessHandler>},
+        {0x01, &Is<CCallHandler>},         {0x02, &Is<CSMSHandler>},
+        {0x03, &Is<CPNDHandler>},          {0x06, &Is<CSupplementaryServicesHandler>},
+        {0x39, &Is<CUserProfilesHandler>}, {0x13, &Is<CCalendarHandler>},
+        {0x14, &Is<CSMSHandler>},          {0x19, &Is<CTimeHandler>},
+        {0x66, &Is<CMessagingHandler>},    {0x6D, &Is<CFile2Handler>},
+        {0xAA, &Is<CStorageHandler>},      {0xFF, &Is<CFullAccessHandler>},
     };
     const CSLSrvPtr unconnected;
     CHandlerRegistry registry(unconnected);

@@ -1,0 +1,49 @@
+#include "fuzz/FuzzService.h"
+#include "handlers/UserProfilesHandler.h"
+
+namespace
+{
+
+void Read(CFuzzCase& fuzz, ProfileRecord& record)
+{
+    const auto ids = fuzz.Block(record.p2);
+    record.in.setting_ids = ids.data();
+    fuzz.Request(&record);
+    for (std::uint32_t i = 0; i < record.count; ++i)
+    {
+        Touch(&record.settings[i], sizeof record.settings[i]);
+        if (record.settings[i].setting_id == ZEL_PROFILES_SETTING_TEXT)
+            TakeText(record.settings[i].value.text);
+    }
+    CoTaskMemFree(record.settings);
+}
+
+void Write(CFuzzCase& fuzz, ProfileRecord& record)
+{
+    std::vector<ProfileSetting> settings(record.p0);
+    std::vector<CBStrOwner> texts;
+    for (ProfileSetting& setting : settings)
+    {
+        setting.type = fuzz.Byte();
+        setting.setting_id = fuzz.Byte();
+        if (setting.setting_id == ZEL_PROFILES_SETTING_TEXT)
+            setting.value.text = texts.emplace_back(fuzz.Text()).get();
+    }
+    record.in.settings = settings.data();
+    fuzz.Request(&record);
+}
+
+void Request(CFuzzCase& fuzz)
+{
+    ProfileRecord record = {0, fuzz.Byte(), fuzz.Byte(), fuzz.Byte(), fuzz.Byte(), {}, 0, nullptr};
+    if (fuzz.MessageId() == ZEL_PROFILES_READ_SETTINGS)
+        Read(fuzz, record);
+    else if (fuzz.MessageId() == ZEL_PROFILES_WRITE_SETTINGS)
+        Write(fuzz, record);
+    else
+        fuzz.Request(&record);
+}
+
+const CFuzzService g_profiles(0x39, NewHandler<CUserProfilesHandler>, Request);
+
+}  // namespace

@@ -7,8 +7,10 @@ namespace
 
 constexpr const Module* kModules[] = {
     &kTimeModule,
+    &kCalendarModule,
     &kFileModule,
     &kMessagingModule,
+    &kPNDModule,
     &kRawModule,
 };
 

@@ -9,8 +9,10 @@ namespace zelctl
 {
 
 // One module for each service, in <Service>Commands.cpp.
+extern const Module kCalendarModule;
 extern const Module kFileModule;
 extern const Module kMessagingModule;
+extern const Module kPNDModule;
 extern const Module kRawModule;
 extern const Module kTimeModule;
 

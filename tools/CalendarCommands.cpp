@@ -54,7 +54,9 @@ void Read(CConnection& phone, std::uint32_t location, ReceivedCalendarEntry& ent
     phone.Send("reading the entry", ZEL_CALENDAR_READ, entry.record);
 }
 
+/// An entry that the phone refuses to read shows why.
 Value ReadRow(CConnection& phone, std::uint32_t location)
+try
 {
     ReceivedCalendarEntry entry;
     Read(phone, location, entry);
@@ -65,6 +67,13 @@ Value ReadRow(CConnection& phone, std::uint32_t location)
             {"date_1", CalendarValueOf(fields, ZEL_CALENDAR_DATE_1)},
             {"date_2", CalendarValueOf(fields, ZEL_CALENDAR_DATE_2)},
             {"text_1", CalendarValueOf(fields, ZEL_CALENDAR_TEXT_1)}};
+}
+catch (const CFailure& failure)
+{
+    const std::uint32_t code = failure.Code().value_or(ZEL_E_FAIL);
+    if (!ZEL_IS_PHONE_STATUS(code))
+        throw;
+    return {{"location", location}, {"refused_with_status", ZEL_PHONE_STATUS(code)}};
 }
 
 Value ReadRows(CContext& context, const std::vector<std::uint32_t>& locations)

@@ -92,12 +92,12 @@ CalendarDate ParseDate(const std::string& text)
 }  // namespace
 
 const char kCalendarFieldHelp[] =
-    "A FIELD is NAME=VALUE:\n"
-    "  entry-kind, kind-code, interval, alarm, number-4, -5, -9, -10, -11, -12   a number\n"
-    "  text-1 to text-4                                                          a text\n"
-    "  date-1 to date-5                  \"YYYY-MM-DD HH:MM:SS\", the local time of this computer\n"
-    "What the numbers in the names stand for is the phone's. Phones before version 3.1 of the service know less of "
-    "them.";
+    "A FIELD is NAME=VALUE. The names, and their values:\n"
+    "  entry-kind, kind-code, interval, alarm,      a number\n"
+    "  number-4, number-5, number-9 to number-12    a number\n"
+    "  text-1 to text-4                             a text\n"
+    "  date-1 to date-5                             \"YYYY-MM-DD HH:MM:SS\", local time\n"
+    "What the numbers stand for is the phone's. Phones before version 3.1 of the service know less of them.";
 
 ReceivedCalendarEntry::~ReceivedCalendarEntry()
 {

@@ -19,6 +19,10 @@ constexpr const Module* kModules[] = {
     &kWAPModule,
     &kProfilesModule,
     &kSupplementaryModule,
+    &kCalendarModule,
+    &kFileModule,
+    &kMessagingModule,
+    &kPNDModule,
     &kRawModule,
 };
 

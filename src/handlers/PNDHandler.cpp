@@ -312,6 +312,22 @@ std::uint32_t CPNDHandler::ExchangeStatus(CDataSender& sender, CMessage& message
     return ReadReply(message, kStatusBlock, [](CSubBlock&) {});
 }
 
+std::uint8_t CPNDHandler::ExchangeRun(CDataSender& sender, CMessage& message, std::uint8_t replyId,
+                                      std::uint32_t& result) const
+{
+    if (!Exchange(sender, message, replyId, result))
+        return 0;
+    message.Skip(1);
+    const std::uint8_t count = message.ReadByte();
+    if (count == 0)
+        return 0;
+    const auto status = LeadingStatus(message);
+    if (!status)
+        return count;
+    result = StatusResult(*status);
+    return 0;
+}
+
 // Commands
 
 std::uint32_t CPNDHandler::Command21(CDataSender& sender, const PndCommandRecord& record) const
@@ -452,16 +468,9 @@ std::uint32_t CPNDHandler::ReadFields(CDataSender& sender, PndReadRecord& record
     message.AppendWord(0);
 
     std::uint32_t result = 0;
-    if (!Exchange(sender, message, kReadFieldsReply, result))
-        return result;
-    message.Skip(1);
-    const std::uint8_t count = message.ReadByte();
-    if (count == 0)
-        return ZEL_OK;
-    if (const auto status = LeadingStatus(message))
-        return StatusResult(*status);
-    TakeFields(message, count, record.entry, FieldCodec(sender));
-    return ZEL_OK;
+    if (const std::uint8_t count = ExchangeRun(sender, message, kReadFieldsReply, result); count != 0)
+        TakeFields(message, count, record.entry, FieldCodec(sender));
+    return result;
 }
 
 std::uint32_t CPNDHandler::WriteFields(CDataSender& sender, PndWriteRecord& record) const
@@ -487,14 +496,9 @@ std::uint32_t CPNDHandler::List(CDataSender& sender, PndListRecord& record) cons
     message.AppendByte(0);
 
     std::uint32_t result = 0;
-    if (!Exchange(sender, message, kListReply, result))
-        return result;
-    message.Skip(1);
-    const std::uint8_t count = message.ReadByte();
+    const std::uint8_t count = ExchangeRun(sender, message, kListReply, result);
     if (count == 0)
-        return ZEL_OK;
-    if (const auto status = LeadingStatus(message))
-        return StatusResult(*status);
+        return result;
     CRecordArray<PndItem, &FreeItemText> items(count);
     ForEachBlock(message, count, kByteIdBlock, [&](CSubBlock& block, std::uint32_t index) {
         if (block.GetId() == kItemBlock)

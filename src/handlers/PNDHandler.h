@@ -37,6 +37,10 @@ class CPNDHandler : public CContentHandler
     /// Sends a request that only a status answers.
     std::uint32_t ExchangeStatus(CDataSender& sender, CMessage& message, std::uint8_t replyId) const;
 
+    /// Sends a request that a run of records answers. The number of sub-blocks of the run, with the cursor at its
+    /// start; 0 if none has come or a status instead of them, then `result` is the request's.
+    std::uint8_t ExchangeRun(CDataSender& sender, CMessage& message, std::uint8_t replyId, std::uint32_t& result) const;
+
     /// Result of a reply whose first sub-block is a status or, with id `dataId`, what `read` takes.
     template <typename Read>
     std::uint32_t ReadReply(CMessage& message, std::uint16_t dataId, Read&& read) const;

@@ -1,0 +1,215 @@
+#include "CalendarEntry.h"
+#include "Modules.h"
+#include "TaskMem.h"
+
+#include <zelapi/calendar.h>
+
+namespace zelctl
+{
+namespace
+{
+
+constexpr std::uint8_t kUsualMode = 2;
+constexpr std::uint8_t kLastMode = 3;
+constexpr NumberRange kByte = {0, 0xFF};
+constexpr NumberRange kWord = {0, 0xFFFF};
+
+// ---- Listing
+
+CalendarListRecord ListRecordOf(const CArguments& arguments)
+{
+    CalendarListRecord record = {};
+    const auto selector = arguments.OptionNumber("--selector", kWord);
+    const auto mode = arguments.OptionNumber("--mode", {0, kLastMode});
+    record.selector = static_cast<std::uint16_t>(selector.value_or(0));
+    record.mode = static_cast<std::uint8_t>(mode.value_or(selector ? 1 : kUsualMode));
+    return record;
+}
+
+std::vector<std::uint32_t> ListLocations(CConnection& phone, CalendarListRecord record)
+try
+{
+    const CProgress progress("Listing the entries...");
+    phone.Send("listing the entries", ZEL_CALENDAR_LIST, record);
+    const TaskMem<std::uint32_t> locations(record.locations);
+    return {record.locations, record.locations + (record.locations == nullptr ? 0 : record.count)};
+}
+catch (const CFailure& failure)
+{
+    if (failure.Code() != ZEL_CALENDAR_LAST_PART)
+        throw;
+    return {};
+}
+
+void ShowLocations(CContext& context)
+{
+    const CalendarListRecord record = ListRecordOf(context.arguments);
+    const std::vector<std::uint32_t> locations = ListLocations(context.Phone(), record);
+    context.output.Show({{"count", locations.size()}, {"locations", locations}});
+}
+
+void Read(CConnection& phone, std::uint32_t location, ReceivedCalendarEntry& entry)
+{
+    entry.record.location = location;
+    phone.Send("reading the entry", ZEL_CALENDAR_READ, entry.record);
+}
+
+/// An entry that the phone refuses to read shows why.
+Value ReadRow(CConnection& phone, std::uint32_t location)
+try
+{
+    ReceivedCalendarEntry entry;
+    Read(phone, location, entry);
+    const auto fields = entry.Fields();
+    return {{"location", location},
+            {"entry_kind", CalendarValueOf(fields, ZEL_CALENDAR_ENTRY_KIND)},
+            {"kind_code", CalendarValueOf(fields, ZEL_CALENDAR_KIND_CODE)},
+            {"date_1", CalendarValueOf(fields, ZEL_CALENDAR_DATE_1)},
+            {"date_2", CalendarValueOf(fields, ZEL_CALENDAR_DATE_2)},
+            {"text_1", CalendarValueOf(fields, ZEL_CALENDAR_TEXT_1)}};
+}
+catch (const CFailure& failure)
+{
+    const std::uint32_t code = failure.Code().value_or(ZEL_E_FAIL);
+    if (!ZEL_IS_PHONE_STATUS(code))
+        throw;
+    return {{"location", location}, {"refused_with_status", ZEL_PHONE_STATUS(code)}};
+}
+
+Value ReadRows(CContext& context, const std::vector<std::uint32_t>& locations)
+{
+    Value rows = Value::array();
+    CProgress progress("Reading the entries...");
+    for (const std::uint32_t location : locations)
+    {
+        if (context.stop.IsSet())
+            break;
+        progress.Show("Reading entry " + std::to_string(rows.size() + 1) + " of " + std::to_string(locations.size()) +
+                      "...");
+        rows.push_back(ReadRow(context.Phone(), location));
+    }
+    return rows;
+}
+
+void List(CContext& context)
+{
+    const CalendarListRecord record = ListRecordOf(context.arguments);
+    const std::vector<std::uint32_t> locations = ListLocations(context.Phone(), record);
+    context.output.Show({{"entries", ReadRows(context, locations)}});
+}
+
+// ---- Entries
+
+void Show(CContext& context)
+{
+    ReceivedCalendarEntry entry;
+    const std::uint32_t location = context.arguments.Number(0, "LOCATION");
+    Read(context.Phone(), location, entry);
+    context.output.Show({{"location", location}, {"fields", DescribeCalendarFields(entry.Fields())}});
+}
+
+void WriteEntry(CContext& context, CCalendarFieldsToSend fields)
+{
+    CalendarEntryRecord record = {};
+    record.count = fields.Count();
+    record.fields = fields.Data();
+    context.Phone().Send("writing the entry", ZEL_CALENDAR_WRITE, record);
+    context.output.Show({{"location", fields.Location()}, {"fields", record.count}});
+}
+
+void Add(CContext& context)
+{
+    WriteEntry(context, CCalendarFieldsToSend(0, context.arguments.Words()));
+}
+
+void Write(CContext& context)
+{
+    const std::uint32_t location = context.arguments.Number(0, "LOCATION", {1});
+    WriteEntry(context, CCalendarFieldsToSend(location, context.arguments.Words().subspan(1)));
+}
+
+void Query(CContext& context)
+{
+    CalendarLocationRecord record = {0, context.arguments.Number(0, "LOCATION")};
+    context.Phone().Send("asking about the location", ZEL_CALENDAR_QUERY, record);
+    context.output.Show({{"location", record.location}});
+}
+
+void OperateOnKind(CContext& context)
+{
+    CalendarKindRecord record = {};
+    record.kind = static_cast<std::uint8_t>(context.arguments.Number(0, "KIND", kByte));
+    context.Phone().Send("the operation", ZEL_CALENDAR_KIND_OPERATION, record);
+    context.output.Show({{"done", true}});
+}
+
+void ShowSummary(CContext& context)
+{
+    CalendarSummaryRecord record = {};
+    context.Phone().Send("reading the summary", ZEL_CALENDAR_SUMMARY, record);
+    context.output.Show({{"group_1_counter_111", record.group_1_counter_111},
+                         {"group_1_counter_112", record.group_1_counter_112},
+                         {"group_1_counter_113", record.group_1_counter_113},
+                         {"group_1_counter_114", record.group_1_counter_114},
+                         {"group_2_counter_111", record.group_2_counter_111},
+                         {"group_3_counter_111", record.group_3_counter_111}});
+}
+
+constexpr Option kListOptions[] = {
+    {"--selector", "N", "kind code of the entries; in mode 0 the phone's own number"},
+    {"--mode", "N", "0 to 3: 1 goes by the selector, 2 and 3 list every kind (2; 1 with a selector)"},
+};
+
+constexpr Command kCommands[] = {
+    {"calendar list", "", 0, 0, "lists the entries", "Reads every one of them.", kListOptions, List},
+    {"calendar locations", "", 0, 0, "lists where entries are", "", kListOptions, ShowLocations},
+    {"calendar show", "LOCATION", 1, 1, "shows an entry", "", {}, Show},
+    {"calendar add",
+     "FIELD...",
+     1,
+     kAnyNumber,
+     "writes a new entry, and shows the location that the phone chose",
+     kCalendarFieldHelp,
+     {},
+     Add},
+    {"calendar write",
+     "LOCATION FIELD...",
+     2,
+     kAnyNumber,
+     "writes an entry that exists",
+     kCalendarFieldHelp,
+     {},
+     Write},
+    {"calendar query",
+     "LOCATION",
+     1,
+     1,
+     "asks the phone about a location",
+     "The phone answers with a location.",
+     {},
+     Query},
+    {"calendar operate",
+     "KIND",
+     1,
+     1,
+     "runs the phone's operation on one kind of entries",
+     "KIND is an entry kind, 1 to 3, or another number that goes to the phone as it is. The meaning of the operation "
+     "is\n"
+     "the phone's.",
+     {},
+     OperateOnKind},
+    {"calendar summary",
+     "",
+     0,
+     0,
+     "shows how full the calendar is",
+     "Since version 3.7 of the service. The meaning of the counters is the phone's.",
+     {},
+     ShowSummary},
+};
+
+}  // namespace
+
+const Module kCalendarModule = {0x13, kCommands, {}, nullptr};
+
+}  // namespace zelctl

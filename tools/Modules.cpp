@@ -6,24 +6,10 @@ namespace
 {
 
 constexpr const Module* kModules[] = {
-    &kTimeModule,
-    &kCallModule,
-    &kSMSModule,
-    &kSMSStoreModule,
-    &kFileModule,
-    &kMessagingModule,
-    &kProvisioningModule,
-    &kRadioModule,
-    &kPermissionsModule,
-    &kStorageModule,
-    &kWAPModule,
-    &kProfilesModule,
-    &kSupplementaryModule,
-    &kCalendarModule,
-    &kFileModule,
-    &kMessagingModule,
-    &kPNDModule,
-    &kRawModule,
+    &kTimeModule,        &kCallModule,         &kSMSModule,       &kSMSStoreModule,
+    &kPNDModule,         &kCalendarModule,     &kProfilesModule,  &kSupplementaryModule,
+    &kRadioModule,       &kProvisioningModule, &kStorageModule,   &kFileModule,
+    &kPermissionsModule, &kWAPModule,          &kMessagingModule, &kRawModule,
 };
 
 }  // namespace

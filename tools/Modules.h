@@ -9,23 +9,19 @@ namespace zelctl
 {
 
 // One module for each service, in <Service>Commands.cpp.
+extern const Module kCalendarModule;
 extern const Module kCallModule;
 extern const Module kFileModule;
 extern const Module kMessagingModule;
+extern const Module kPermissionsModule;
+extern const Module kPNDModule;
+extern const Module kProfilesModule;
 extern const Module kProvisioningModule;
 extern const Module kRadioModule;
-extern const Module kCalendarModule;
-extern const Module kFileModule;
-extern const Module kMessagingModule;
-extern const Module kPNDModule;
 extern const Module kRawModule;
 extern const Module kSMSModule;
 extern const Module kSMSStoreModule;
-extern const Module kPermissionsModule;
-extern const Module kRawModule;
 extern const Module kStorageModule;
-extern const Module kProfilesModule;
-extern const Module kRawModule;
 extern const Module kSupplementaryModule;
 extern const Module kTimeModule;
 extern const Module kWAPModule;

@@ -6,15 +6,15 @@
 #include "handlers/FullAccessHandler.h"
 #include "handlers/MessagingHandler.h"
 #include "handlers/PNDHandler.h"
+#include "handlers/PermHandler.h"
 #include "handlers/ProvisioningHandler.h"
 #include "handlers/RadioHandler.h"
-#include "handlers/PermHandler.h"
 #include "handlers/SMSHandler.h"
 #include "handlers/StorageHandler.h"
 #include "handlers/SupplementaryServicesHandler.h"
 #include "handlers/TimeHandler.h"
-#include "handlers/WAPConnHandler.h"
 #include "handlers/UserProfilesHandler.h"
+#include "handlers/WAPConnHandler.h"
 
 #include <algorithm>
 #include <new>
@@ -67,14 +67,14 @@ std::shared_ptr<CContentHandler> CHandlerRegistry::Create(std::uint8_t resource)
         return std::make_shared<CTimeHandler>();
     case 0x22:
         return std::make_shared<CProvisioningHandler>();
-    case 0x3E:
-        return std::make_shared<CRadioHandler>();
     case 0x23:
         return std::make_shared<CPermHandler>();
-    case 0x3F:
-        return std::make_shared<CWAPConnHandler>();
     case 0x39:
         return std::make_shared<CUserProfilesHandler>();
+    case 0x3E:
+        return std::make_shared<CRadioHandler>();
+    case 0x3F:
+        return std::make_shared<CWAPConnHandler>();
     case 0x66:
         return std::make_shared<CMessagingHandler>();
     case 0x6D:

@@ -6,15 +6,15 @@
 #include "handlers/FullAccessHandler.h"
 #include "handlers/MessagingHandler.h"
 #include "handlers/PNDHandler.h"
+#include "handlers/PermHandler.h"
 #include "handlers/ProvisioningHandler.h"
 #include "handlers/RadioHandler.h"
-#include "handlers/PermHandler.h"
 #include "handlers/SMSHandler.h"
 #include "handlers/StorageHandler.h"
 #include "handlers/SupplementaryServicesHandler.h"
 #include "handlers/TimeHandler.h"
-#include "handlers/WAPConnHandler.h"
 #include "handlers/UserProfilesHandler.h"
+#include "handlers/WAPConnHandler.h"
 #include "support/ComApartment.h"
 #include "support/FakeLinkService.h"
 #include "zelapi/full_access.h"
@@ -41,22 +41,14 @@ TEST(HandlerRegistry, MakesTheHandlerOfEachResourceOnce)
         std::uint8_t resource;
         bool (*is)(const CContentHandler&);
     } cases[] = {
-        {0x01, &Is<CCallHandler>},       {0x02, &Is<CSMSHandler>},   {0x03, &Is<CPNDHandler>},
-        {0x13, &Is<CCalendarHandler>},   {0x14, &Is<CSMSHandler>},   {0x19, &Is<CTimeHandler>},
-        {0x22, &Is<CProvisioningHandler>},
-        {0x3E, &Is<CRadioHandler>},
-        {0x66, &Is<CMessagingHandler>},  {0x6D, &Is<CFile2Handler>}, {0xAA, &Is<CStorageHandler>},
-        {0xFF, &Is<CFullAccessHandler>},
-        {0x01, &Is<CCallHandler>},     {0x02, &Is<CSMSHandler>},     {0x03, &Is<CPNDHandler>},
-        {0x13, &Is<CCalendarHandler>}, {0x14, &Is<CSMSHandler>},     {0x19, &Is<CTimeHandler>},
-        {0x23, &Is<CPermHandler>},     {0x3F, &Is<CWAPConnHandler>}, {0x66, &Is<CMessagingHandler>},
-        {0x6D, &Is<CFile2Handler>},    {0xAA, &Is<CStorageHandler>}, {0xFF, &Is<CFullAccessHandler>},
-        {0x01, &Is<CCallHandler>},         {0x02, &Is<CSMSHandler>},
-        {0x03, &Is<CPNDHandler>},          {0x06, &Is<CSupplementaryServicesHandler>},
-        {0x39, &Is<CUserProfilesHandler>}, {0x13, &Is<CCalendarHandler>},
-        {0x14, &Is<CSMSHandler>},          {0x19, &Is<CTimeHandler>},
-        {0x66, &Is<CMessagingHandler>},    {0x6D, &Is<CFile2Handler>},
-        {0xAA, &Is<CStorageHandler>},      {0xFF, &Is<CFullAccessHandler>},
+        {0x01, &Is<CCallHandler>},      {0x02, &Is<CSMSHandler>},
+        {0x03, &Is<CPNDHandler>},       {0x06, &Is<CSupplementaryServicesHandler>},
+        {0x13, &Is<CCalendarHandler>},  {0x14, &Is<CSMSHandler>},
+        {0x19, &Is<CTimeHandler>},      {0x22, &Is<CProvisioningHandler>},
+        {0x23, &Is<CPermHandler>},      {0x39, &Is<CUserProfilesHandler>},
+        {0x3E, &Is<CRadioHandler>},     {0x3F, &Is<CWAPConnHandler>},
+        {0x66, &Is<CMessagingHandler>}, {0x6D, &Is<CFile2Handler>},
+        {0xAA, &Is<CStorageHandler>},   {0xFF, &Is<CFullAccessHandler>},
     };
     const CSLSrvPtr unconnected;
     CHandlerRegistry registry(unconnected);

@@ -8,34 +8,31 @@ namespace
 using SMSTest = EndToEnd;
 using Bytes = std::vector<std::uint8_t>;
 
-/// A message that is read; it frees what it gets.
-struct ReadMessage
+struct Message
 {
-    ReadMessage(ZelConnection phone, std::uint16_t location)
-    {
-        record.location = location;
-        result = ZelSendMessage(phone, ZEL_SMS_READ, &record);
-    }
-    ReadMessage(const ReadMessage&) = delete;
-    ReadMessage& operator=(const ReadMessage&) = delete;
-    ~ReadMessage()
-    {
-        const SmsParameterGroup& group = record.parameters;
-        for (std::uint8_t* block : {record.content.first_block, record.content.second_block, group.first_address,
-                                    group.second_address, group.extra, group.user_data})
-            CoTaskMemFree(block);
-        CoTaskMemFree(record.time);
-    }
-
-    Bytes Data() const
-    {
-        const SmsParameterGroup& group = record.parameters;
-        return {group.user_data, group.user_data + group.user_data_length};
-    }
-
-    SmsStoredMessage record = {};
     std::uint32_t result;
+    int kind = -1;
+    Bytes data = {};
+    int second = -1;
 };
+
+/// What the phone says of a stored message; all that it gives is freed.
+Message ReadStored(ZelConnection phone, std::uint16_t location)
+{
+    SmsStoredMessage record = {};
+    record.location = location;
+    Message message = {ZelSendMessage(phone, ZEL_SMS_READ, &record)};
+    const SmsParameterGroup& group = record.parameters;
+    message.kind = record.content.kind;
+    message.data.assign(group.user_data, group.user_data + group.user_data_length);
+    if (record.time != nullptr)
+        message.second = record.time->second;
+    for (std::uint8_t* block : {record.content.first_block, record.content.second_block, group.first_address,
+                                group.second_address, group.extra, group.user_data})
+        CoTaskMemFree(block);
+    CoTaskMemFree(record.time);
+    return message;
+}
 
 std::vector<std::uint16_t> Locations(ZelConnection phone)
 {
@@ -78,17 +75,15 @@ TEST_F(SMSTest, MessagesAreListedStoredReadDeletedAndArrive)
     stored.parameters.user_data_length = 2;
     ASSERT_EQ(ZelSendMessage(phone.Handle(), ZEL_SMS_WRITE, &stored), ZEL_OK);
     EXPECT_EQ(stored.location, 4);
-    {
-        const ReadMessage read(phone.Handle(), 4);
-        ASSERT_EQ(read.result, ZEL_OK);
-        EXPECT_EQ(read.record.content.kind, ZEL_SMS_KIND_2);
-        EXPECT_EQ(read.Data(), data);
-        ASSERT_NE(read.record.time, nullptr);
-        EXPECT_EQ(read.record.time->second, 58);
-    }
+    const Message read = ReadStored(phone.Handle(), 4);
+    EXPECT_EQ(read.result, ZEL_OK);
+    EXPECT_EQ(read.kind, 2);
+    EXPECT_EQ(read.data, data);
+    EXPECT_EQ(read.second, 58);
+
     SmsLocationCommand remove = {0, {}, 4};
     EXPECT_EQ(ZelSendMessage(phone.Handle(), ZEL_SMS_LOCATION_COMMAND, &remove), ZEL_OK);
-    EXPECT_EQ(ReadMessage(phone.Handle(), 4).result, 0x1405u);
+    EXPECT_EQ(ReadStored(phone.Handle(), 4).result, 0x1405u);
 
     // Of what was stored, one event; then a message, an event and a signal.
     ASSERT_TRUE(arrived.WaitFor(4));

@@ -1,7 +1,9 @@
 #include "fuzz/FuzzService.h"
 #include "handlers/SMSHandler.h"
 
+#include <array>
 #include <iterator>
+#include <utility>
 
 namespace
 {
@@ -19,31 +21,24 @@ void TakeBlock(const std::uint8_t* block, std::size_t size, const std::uint8_t* 
 }
 
 /// The application's blocks of bytes, of lengths that the input chooses.
-struct Blocks
-{
-    explicit Blocks(CFuzzCase& fuzz)
-    {
-        for (auto& block : bytes)
-            block = fuzz.Block(fuzz.Byte());
-    }
-
-    std::vector<std::uint8_t> bytes[4];
-};
+using Blocks = std::array<std::vector<std::uint8_t>, 4>;
 
 SmsParameterGroup Group(CFuzzCase& fuzz, Blocks& blocks)
 {
-    auto& [first, second, extra, data] = blocks.bytes;
+    for (auto& block : blocks)
+        block = fuzz.Block(fuzz.Byte());
+    auto& [first, second, extra, data] = blocks;
     const auto size = [](const auto& block) { return static_cast<std::uint32_t>(block.size()); };
     return {0,           fuzz.Byte(),  size(first), first.data(), fuzz.Byte(), size(second), second.data(),
             size(extra), extra.data(), fuzz.Word(), size(data),   data.data()};
 }
 
-void TakeGroup(const SmsParameterGroup& group, const SmsParameterGroup& before)
+std::array<std::pair<const std::uint8_t*, std::uint32_t>, 4> BlocksOf(const SmsParameterGroup& group)
 {
-    TakeBlock(group.first_address, group.first_address_length, before.first_address);
-    TakeBlock(group.second_address, group.second_address_length, before.second_address);
-    TakeBlock(group.extra, group.extra_length, before.extra);
-    TakeBlock(group.user_data, group.user_data_length, before.user_data);
+    return {{{group.first_address, group.first_address_length},
+             {group.second_address, group.second_address_length},
+             {group.extra, group.extra_length},
+             {group.user_data, group.user_data_length}}};
 }
 
 void List(CFuzzCase& fuzz)
@@ -56,14 +51,14 @@ void List(CFuzzCase& fuzz)
 
 void Submit(CFuzzCase& fuzz)
 {
-    Blocks blocks(fuzz);
+    Blocks blocks;
     SmsSubmit record = {0, {fuzz.Byte()}, fuzz.Byte(), {fuzz.Byte()}, Group(fuzz, blocks)};
     fuzz.Request(&record);
 }
 
 void Stored(CFuzzCase& fuzz)
 {
-    Blocks blocks(fuzz);
+    Blocks blocks;
     SmsTime time = {fuzz.Word(), fuzz.Byte(), fuzz.Byte(), fuzz.Byte(), fuzz.Byte(), fuzz.Byte(), 0, 0};
     std::uint8_t block[ZEL_SMS_BLOCK_LENGTH] = {1, 2, 3, 4, 5, 6, 7};
     SmsStoredMessage record = {};
@@ -76,7 +71,9 @@ void Stored(CFuzzCase& fuzz)
     fuzz.Request(&record);
     TakeBlock(record.content.first_block, ZEL_SMS_BLOCK_LENGTH, before.content.first_block);
     TakeBlock(record.content.second_block, ZEL_SMS_BLOCK_LENGTH, before.content.second_block);
-    TakeGroup(record.parameters, before.parameters);
+    for (std::size_t i = 0; i < 4; ++i)
+        TakeBlock(BlocksOf(record.parameters)[i].first, BlocksOf(record.parameters)[i].second,
+                  BlocksOf(before.parameters)[i].first);
     if (record.time != before.time)
     {
         Touch(record.time, sizeof *record.time);
@@ -144,12 +141,9 @@ void Deliver(std::uint32_t messageId, void* record)
     if (messageId != ZEL_SMS_RECEIVED)
         return;
     const auto& message = *static_cast<const SmsReceivedMessage*>(record);
-    const SmsParameterGroup& group = message.parameters;
     Touch(&message, sizeof message);
-    Touch(group.first_address, group.first_address_length);
-    Touch(group.second_address, group.second_address_length);
-    Touch(group.extra, group.extra_length);
-    Touch(group.user_data, group.user_data_length);
+    for (const auto& [block, length] : BlocksOf(message.parameters))
+        Touch(block, length);
     Touch(message.content.first_block, message.content.first_block_length);
     Touch(message.content.second_block, message.content.second_block_length);
 }

@@ -1,8 +1,6 @@
 #include "Modules.h"
-#include "Program.h"
 #include "Text.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <zelapi/call.h>
@@ -11,33 +9,6 @@ using namespace zelctl;
 
 namespace
 {
-
-// None of these opens a phone.
-TEST(CallCommands, WrongUsageIsExplained)
-{
-    const std::string longest(124, '1');
-    const std::pair<std::vector<std::string>, const char*> wrong[] = {
-        {{"dial", "+"}, "NUMBER is empty"},
-        {{"dial", longest}, "more than 123 characters"},
-        {{"dial", "+" + longest}, "more than 124 characters"},
-        {{"dial", "1", "--text", longest}, "more than 122 characters"},
-        {{"dial", "1", "--text-parameters", "01020304"}, "goes with --text"},
-        {{"dial", "1", "--number-parameters", "01"}, "takes 2 bytes, not 1"},
-        {{"dial-variant", "--parameters", "0102"}, "go with a NUMBER"},
-        {{"control", "6"}, "none of 1, 2, 3, 4, 5, 0xA1"},
-        {{"control", "5"}, "needs a CALL"},
-        {{"control", "1", "1"}, "only operation 5"},
-        {{"status", "256"}, "CALL: 256 is not between"},
-    };
-    for (const auto& [words, message] : wrong)
-    {
-        std::vector<std::string> line = {"call"};
-        line.insert(line.end(), words.begin(), words.end());
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(RunProgram(line, CStopSignal()), kWrongUsage) << message;
-        EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(message));
-    }
-}
 
 TEST(CallCommands, EveryElementOfAnIndicationIsDescribed)
 {

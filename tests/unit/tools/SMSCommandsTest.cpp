@@ -1,8 +1,6 @@
 #include "Modules.h"
-#include "Program.h"
 #include "SMSMessage.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <tuple>
@@ -11,36 +9,6 @@ using namespace zelctl;
 
 namespace
 {
-
-// None of these opens a phone.
-TEST(SMSCommands, WrongUsageIsExplained)
-{
-    const std::pair<std::vector<std::string>, const char*> wrong[] = {
-        {{"list", "--selectors", "0102"}, "takes 3 bytes, not 2"},
-        {{"show", "65536"}, "LOCATION: 65536 is not between"},
-        {{"store", "3"}, "KIND: 3 is not between"},
-        {{"store", "0", "--header", "0102"}, "kind 0 has 3 bytes, not 2"},
-        {{"store", "1", "--header", "010203"}, "kind 1 has 2 bytes, not 3"},
-        {{"store", "0", "--second-block", "01020304050607"}, "kind 0 takes no --second-block"},
-        {{"store", "2", "--first-block", "01020304050607"}, "kind 2 takes no --first-block"},
-        {{"store", "1", "--second-block", "01"}, "takes 7 bytes, not 1"},
-        {{"store", "0", "--time", "today"}, "YYYY-MM-DD"},
-        {{"store", "0", "--coding", "256"}, "--coding: 256 is not between"},
-        {{"store", "0", "--data", ""}, "takes 1 to 255 bytes, not 0"},
-        {{"send"}, "nothing to send"},
-        {{"send", "--data", std::string(2 * 209, '0')}, "216 bytes instead of 212"},
-        {{"send", "--data", "00", "--request", "01"}, "takes 4 bytes, not 1"},
-        {{"write-text", "1", std::string(41, 'x')}, "longer than 40"},
-    };
-    for (const auto& [words, message] : wrong)
-    {
-        std::vector<std::string> line = {"sms"};
-        line.insert(line.end(), words.begin(), words.end());
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(RunProgram(line, CStopSignal()), kWrongUsage) << message;
-        EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(message));
-    }
-}
 
 TEST(SMSCommands, HeadersAreShownAndTakenInTheOrderInWhichTheyAreSent)
 {

@@ -87,14 +87,15 @@ TEST_F(UserProfilesHandler, ReadsOnlyWhatTheReplyHolds)
         FreeSettings();
     }
     // A length beyond the reply; an empty text; an empty sub-block, behind which nothing is read.
-    EXPECT_EQ(Read({0, 4, 2, 12, 12, 1, 3, 4, 0, 0xFF, 0, 'H', 0, 'i', 2, 8, 12, 1, 3, 4, 0, 0, 2, 2, 2, 8, 5, 2}), 0u);
+    const Bytes texts = {0, 4, 2, 12, 12, 1, 3, 4, 0, 0xFF, 0, 'H', 0, 'i', 2, 8, 12, 1, 3, 4, 0, 0, 2, 2, 2, 8, 5, 2};
+    EXPECT_EQ(Read(texts), ZEL_OK);
     EXPECT_EQ(UnitsOf(m_record.settings[0].value.text), u"Hi" + std::u16string(253, 0));
     ASSERT_NE(m_record.settings[1].value.text, nullptr);
     EXPECT_EQ(SysStringLen(m_record.settings[1].value.text), 0u);
     EXPECT_EQ(m_record.settings[3].setting_id, 0);
     FreeSettings();
     FailEachAllocation([&] {
-        const std::uint32_t result = Read(kSettingsReply);
+        const std::uint32_t result = Read(texts);
         FreeSettings();
         return result;
     });

@@ -3,7 +3,9 @@
 #include "support/HandlerChecks.h"
 #include "support/Text.h"
 
+#include <algorithm>
 #include <iterator>
+#include <tuple>
 
 namespace
 {
@@ -23,21 +25,23 @@ class SupplementaryServicesHandler : public testing::Test
         }
     }
 
-    std::uint32_t Run(std::uint32_t messageId, void* record)
+    std::uint32_t Ask(std::uint32_t messageId, void* record, const Bytes& reply)
     {
+        m_phone.Reply(1, reply);
         return m_handler.EncodeRequest(m_phone, messageId, record);
     }
+    std::uint32_t Query(const Bytes& reply) { return Ask(ZEL_SUPPLEMENTARY_QUERY, &m_request, reply); }
+    std::uint32_t List(const Bytes& reply) { return Ask(ZEL_SUPPLEMENTARY_REQUEST, &m_list, reply); }
 
-    std::uint32_t Query(const Bytes& reply)
+    /// Frees what a query or a list has brought.
+    void Free()
     {
-        m_phone.Reply(1, reply);
-        return Run(ZEL_SUPPLEMENTARY_QUERY, &m_request);
-    }
-
-    std::uint32_t List(const Bytes& reply)
-    {
-        m_phone.Reply(1, reply);
-        return Run(ZEL_SUPPLEMENTARY_REQUEST, &m_list);
+        for (std::uint8_t i = 0; i < m_list.count; ++i)
+            Free(m_list.list.entries[i].detail);
+        CoTaskMemFree(m_list.list.entries);
+        m_list = {};
+        for (SupplementaryDetail& detail : m_details)
+            Free(detail);
     }
 
     static void Free(SupplementaryDetail& detail)
@@ -48,21 +52,6 @@ class SupplementaryServicesHandler : public testing::Test
         detail.data = nullptr;
     }
 
-    void FreeDetails()
-    {
-        for (SupplementaryDetail& detail : m_details)
-            Free(detail);
-    }
-
-    void FreeList()
-    {
-        for (std::uint8_t i = 0; i < m_list.count; ++i)
-            Free(m_list.list.entries[i].detail);
-        CoTaskMemFree(m_list.list.entries);
-        m_list.count = 0;
-        m_list.list.entries = nullptr;
-    }
-
     CSupplementaryServicesHandler m_handler;
     FakeSender m_phone;
     SupplementaryDetail m_details[4];
@@ -70,9 +59,9 @@ class SupplementaryServicesHandler : public testing::Test
     SupplementaryListRequest m_list = {0x11, 4, 0x21, 0xA1A2, 0, {nullptr}};
 };
 
-// What follows the six bytes at the start of a reply.
-const Bytes kEntries = {
-    4,                                                        // entries
+// Both requests read it; only the list keeps something of the start.
+const Bytes kReply = {
+    6,    0x55, 0xB1, 0xB2, 0x55, 4,                          // operation, value; entries
     1,    0x55, 0x71, 0x55,                                   // type 1: value 2
     4,    0x55, 0x55, 3,                                      // type 4, three parts
     9,    3,                                                  // part 9: only these two bytes
@@ -84,16 +73,6 @@ const Bytes kEntries = {
     1,    0x55, 0x72, 0x55,                                   //
 };
 
-Bytes ReplyWith(const Bytes& start)
-{
-    Bytes reply = start;
-    reply.insert(reply.end(), kEntries.begin(), kEntries.end());
-    return reply;
-}
-
-const Bytes kQueryReply = ReplyWith({0x55, 0x55, 0x55, 0x55, 0x55});
-const Bytes kListReply = ReplyWith({6, 0x55, 0xB1, 0xB2, 0x55});
-
 Bytes Values(const SupplementaryDetail& detail)
 {
     return {detail.value_1, detail.value_2, detail.value_3, detail.value_4};
@@ -103,13 +82,7 @@ TEST_F(SupplementaryServicesHandler, SendsEveryRequest)
 {
     const CBStrOwner word = MakeText(u"ab\u20AC");
     const SupplementaryText texts[] = {{0x11, 2, word.get()}, {0x11, 9, word.get()}, {0x11, 9, nullptr}};
-    const struct
-    {
-        std::uint32_t api;
-        std::uint8_t operation;
-        const SupplementaryText* text;
-        Bytes body;
-    } cases[] = {
+    const std::tuple<std::uint32_t, std::uint8_t, const SupplementaryText*, Bytes> cases[] = {
         {0x601, 9, nullptr, {5, 0x21, 0xA1, 0xA2, 0, 0}},
         {0x602, 9, nullptr, {5, 0x21, 0, 43, 0, 0}},
         {0x604, 9, nullptr, {9, 0x21, 0, 43, 0, 0}},
@@ -117,117 +90,100 @@ TEST_F(SupplementaryServicesHandler, SendsEveryRequest)
         {0x603, 4, nullptr, {4, 0x21, 0xA1, 0xA2, 0, 0}},
         {0x603, 3, &texts[0], {3, 0x21, 0xA1, 0xA2, 0, 1, 0, 12, 2, 0, 2, 0, 0, 'a', 0, 'b', 0, 0}},
         {0x603, 3, &texts[1], {3, 0x21, 0xA1, 0xA2, 0, 1, 0, 12, 9, 0, 9, 0, 0, 'a', 0, 'b', 0x20, 0xAC}},
-        {0x603, 3, &texts[2], {3, 0x21, 0xA1, 0xA2, 0, 1, 0, 8, 9, 0, 9, 0, 0, 0}},
-    };
+        {0x603, 3, &texts[2], {3, 0x21, 0xA1, 0xA2, 0, 1, 0, 8, 9, 0, 9, 0, 0, 0}}};
+    using Refusal = std::tuple<std::uint8_t, Bytes, std::uint32_t>;
+    const Refusal refusals[] = {{2, {9, 1, 14, 9, 0x21, 7}, 0x621},
+                                {2, {9, 2, 15, 9, 9, 0x80}, 0x680},
+                                {2, {9, 1, 14, 9, 0, 7}, 0},
+                                {2, {9, 1, 13, 9, 5, 5}, 0},
+                                {2, {9, 0, 14, 9, 0x21}, 0},
+                                {2, {9, 1, 14, 9}, 0},
+                                {2, {}, 0},
+                                {3, {0x99, 1}, 0x699},
+                                {3, {0, 1}, 0}};
     for (const auto& [api, operation, text, body] : cases)
     {
-        m_list.operation = m_request.operation = operation;
-        m_list.list.text = text;
-        void* const record = api == 0x603 ? static_cast<void*>(&m_list) : &m_request;
-        m_phone.Reply(1, {});
-        EXPECT_EQ(Run(api, record), ZEL_OK);
-        EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0, body, {1}));
-
-        m_list = {0x11, operation, 0x21, 0xA1A2, 0xEE, {text}};
-        const struct
-        {
-            std::uint8_t reply;
-            Bytes body;
-            std::uint32_t result;
-        } refusals[] = {
-            {2, {9, 1, 14, 9, 0x21, 7}, 0x621},
-            {2, {9, 2, 15, 9, 9, 0x80}, 0x680},
-            {2, {9, 1, 14, 9, 0, 7}, 0},
-            {2, {9, 1, 13, 9, 5, 5}, 0},
-            {2, {9, 0, 14, 9, 0x21}, 0},
-            {2, {9, 1, 14, 9}, 0},
-            {2, {}, 0},
-            {3, {0x99, 1}, 0x699},
-            {3, {0, 1}, 0},
+        const auto check = [&, id = api, &sent = body](auto record) {
+            for (const auto& [reply, answer, result] : refusals)
+            {
+                m_phone.Reply(reply, answer);
+                ExpectRecordUntouched(m_handler, m_phone, id, record, result);
+            }
+            ExpectUnansweredKept(m_handler, m_phone, id, record);
+            EXPECT_EQ(Ask(id, &record, {}), ZEL_OK);
+            EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0, sent, {1}));
         };
-        for (const auto& [reply, answer, result] : refusals)
-        {
-            m_phone.Reply(reply, answer);
-            if (api == 0x603)
-                ExpectRecordUntouched(m_handler, m_phone, api, m_list, result);
-            else
-                ExpectRecordUntouched(m_handler, m_phone, api, m_request, result);
-        }
-        if (api == 0x603)
-            ExpectUnansweredKept(m_handler, m_phone, api, m_list);
+        m_request.operation = operation;
+        if (api == ZEL_SUPPLEMENTARY_REQUEST)
+            check(SupplementaryListRequest{0x11, operation, 0x21, 0xA1A2, 0xEE, {text}});
         else
-            ExpectUnansweredKept(m_handler, m_phone, api, m_request);
+            check(m_request);
     }
 }
 
-TEST_F(SupplementaryServicesHandler, FillsTheEntriesOfAQuery)
+TEST_F(SupplementaryServicesHandler, FillsAndAllocatesEntries)
 {
     const CLeakCheck leaks;
     m_request.entries[3].detail = static_cast<SupplementaryDetail*>(kUnreadable);
     m_request.entries[4].type = 0xEE;
-    EXPECT_EQ(Query(kQueryReply), ZEL_OK);
-    const Bytes values[] = {
-        {0xE1, 0x71, 0xE3, 0xE4}, {0x91, 0x92, 0x93, 0x94}, {0xE1, 0xE2, 0xE3, 0xE4}, {0xE1, 0xE2, 0xE3, 0xE4}};
-    const std::uint8_t types[] = {1, 4, 7, 1, 0xEE};
-    for (std::size_t i = 0; i < std::size(types); ++i)
-        EXPECT_EQ(m_request.entries[i].type, types[i]);
-    for (std::size_t i = 0; i < std::size(values); ++i)
-        EXPECT_TRUE(SameBytes(values[i], Values(m_details[i])));
-    EXPECT_EQ(UnitsOf(m_details[1].text), u"Hi");
-    EXPECT_TRUE(SameBytes({0xD1, 0xD2, 0xD3}, Bytes(m_details[1].data, m_details[1].data + 3)));
-    EXPECT_EQ(m_details[0].text, nullptr);
-    FreeDetails();
-
-    m_request.entries[1].detail = nullptr;
-    EXPECT_EQ(Query(kQueryReply), ZEL_OK);
-    EXPECT_EQ(m_details[1].text, nullptr);
-    // As many entries as a byte can name, all of them zeros: the record has room for them.
-    EXPECT_EQ(Query({0, 0, 0, 0, 0, 0xFF}), ZEL_OK);
-    EXPECT_EQ(m_request.entries[4].type, 0);
-    FailEachAllocation([&] {
-        m_request.entries[1].detail = &m_details[1];
-        const std::uint32_t result = Query(kQueryReply);
-        FreeDetails();
-        return result;
-    });
-}
-
-TEST_F(SupplementaryServicesHandler, AllocatesTheEntriesOfARequest)
-{
-    const CLeakCheck leaks;
-    EXPECT_EQ(List(kListReply), ZEL_OK);
+    EXPECT_EQ(Query(kReply), ZEL_OK);
+    EXPECT_EQ(m_request.entries[4].type, 0xEE);
+    EXPECT_EQ(List(kReply), ZEL_OK);
     EXPECT_EQ(m_list.operation, 6);
     EXPECT_EQ(m_list.value, 0xB1B2);
     ASSERT_EQ(m_list.count, 4);
-    const SupplementaryListEntry* entries = m_list.list.entries;
-    const Bytes values[] = {{0, 0x71, 0, 0}, {0x91, 0x92, 0x93, 0x94}, {0, 0, 0, 0}, {0, 0x72, 0, 0}};
-    for (std::size_t i = 0; i < std::size(values); ++i)
-        EXPECT_TRUE(SameBytes(values[i], Values(entries[i].detail)));
-    EXPECT_EQ(entries[1].type, 4);
-    EXPECT_EQ(entries[2].type, 7);
-    EXPECT_EQ(UnitsOf(entries[1].detail.text), u"Hi");
-    EXPECT_EQ(entries[1].detail.data[2], 0xD3);
-    FreeList();
+    const std::tuple<std::uint8_t, Bytes, Bytes, std::u16string, Bytes> expected[] = {
+        {1, {0xE1, 0x71, 0xE3, 0xE4}, {0, 0x71, 0, 0}, u"", {}},
+        {4, {0x91, 0x92, 0x93, 0x94}, {0x91, 0x92, 0x93, 0x94}, u"Hi", {0xD1, 0xD2, 0xD3}},
+        {7, {0xE1, 0xE2, 0xE3, 0xE4}, {0, 0, 0, 0}, u"", {}},
+        {1, {0xE1, 0xE2, 0xE3, 0xE4}, {0, 0x72, 0, 0}, u"", {}}};
+    for (std::size_t i = 0; i < std::size(expected); ++i)
+    {
+        const auto& [type, filled, allocated, text, data] = expected[i];
+        EXPECT_EQ(m_request.entries[i].type, type);
+        EXPECT_EQ(m_list.list.entries[i].type, type);
+        EXPECT_TRUE(SameBytes(filled, Values(m_details[i])));
+        EXPECT_TRUE(SameBytes(allocated, Values(m_list.list.entries[i].detail)));
+        for (const SupplementaryDetail& detail : {m_details[i], m_list.list.entries[i].detail})
+        {
+            EXPECT_EQ(detail.text == nullptr, text.empty());
+            EXPECT_EQ(UnitsOf(detail.text), text);
+            EXPECT_EQ(detail.data == nullptr, data.empty());
+            EXPECT_TRUE(SameBytes(data, Bytes(detail.data, detail.data + data.size())));
+        }
+    }
+    Free();
+}
 
-    for (const Bytes& part : Truncations(kListReply))
+TEST_F(SupplementaryServicesHandler, ReadsOnlyWhatTheReplyHolds)
+{
+    const CLeakCheck leaks;
+    for (const Bytes& part : Truncations(kReply))
     {
         EXPECT_EQ(List(part), ZEL_OK);
         EXPECT_EQ(m_list.count, part.size() < 6 ? 0 : 4);
         EXPECT_EQ(m_list.list.entries == nullptr, part.size() < 6);
-        FreeList();
         EXPECT_EQ(Query(part), ZEL_OK);
-        FreeDetails();
+        Free();
     }
     // Lengths beyond the reply.
     EXPECT_EQ(List({0, 0, 0, 0, 0, 1, 4, 0, 0, 0xFF, 5, 0, 1, 2, 3, 0, 4, 0xFF, 0xFF, 0, 0, 'x'}), ZEL_OK);
     EXPECT_EQ(UnitsOf(m_list.list.entries[0].detail.text), u"x" + std::u16string(254, 0));
     EXPECT_EQ(m_list.list.entries[0].detail.data[254], 0);
-    FreeList();
-    FailEachAllocation([&] {
-        const std::uint32_t result = List(kListReply);
-        FreeList();
-        return result;
-    });
+    // As many entries as a byte can name, all of them zeros; a text that nobody wants.
+    m_request.entries[254].type = 0xEE;
+    EXPECT_EQ(Query({0, 0, 0, 0, 0, 0xFF}), ZEL_OK);
+    EXPECT_EQ(m_request.entries[254].type, 0);
+    Free();
+    m_request.entries[1].detail = nullptr;
+    EXPECT_EQ(Query(kReply), ZEL_OK);
+    m_request.entries[1].detail = &m_details[1];
+    for (const bool asks : {true, false})
+        FailEachAllocation([&] {
+            const std::uint32_t result = asks ? Query(kReply) : List(kReply);
+            Free();
+            return result;
+        });
 }
 
 TEST_F(SupplementaryServicesHandler, RefusesBadRecords)
@@ -235,7 +191,7 @@ TEST_F(SupplementaryServicesHandler, RefusesBadRecords)
     for (std::uint32_t api = 0x601; api <= 0x604; ++api)
         ExpectBadRecordsRefused(m_handler, api);
     for (const std::uint32_t api : {0x600u, 0x605u})
-        EXPECT_EQ(Run(api, nullptr), ZEL_NOT_HANDLED);
+        EXPECT_EQ(m_handler.EncodeRequest(m_phone, api, nullptr), ZEL_NOT_HANDLED);
 
     m_list.operation = 3;
     for (const void* text : {static_cast<const void*>(nullptr), static_cast<const void*>(kUnreadable)})
@@ -257,55 +213,45 @@ TEST_F(SupplementaryServicesHandler, RefusesBadRecords)
 
 TEST_F(SupplementaryServicesHandler, DecodesIndications)
 {
-    const struct
-    {
-        std::uint8_t message;
-        Bytes body;
-        std::uint32_t result;
-        std::vector<unsigned> fields;  ///< None: nothing is delivered.
-    } cases[] = {
-        {16, {0x71, 9, 0x81, 0x82, 0, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0x71, 0x8182, 0}},
-        {16, {0x71, 9, 0x81, 0x82, 1, 7, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0x71, 0x8182, 7}},
-        {16, {0x71, 9, 0x81, 0x82, 2, 4, 8, 9, 0, 5, 1, 2, 3}, ZEL_OK, {0x71, 0x8182, 4}},
-        {16, {0x71, 9, 0x81, 0x82, 1, 4, 8, 9, 1, 6, 1, 2, 3}, ZEL_OK, {0x71, 0x8182, 4}},
-        {16, {0x71, 9, 0x81, 0x82, 1, 4, 2}, ZEL_OK, {0x71, 0x8182, 4}},
-        {16, {0x71, 9, 0x81, 0x82, 1}, ZEL_OK, {0x71, 0x8182, 0}},
-        {16, {0x71}, ZEL_OK, {0x71, 0, 0}},
-        {16, {}, ZEL_OK, {0, 0, 0}},
+    // Without fields nothing is delivered.
+    const std::tuple<std::uint8_t, Bytes, std::uint32_t, std::vector<unsigned>> cases[] = {
+        {16, {0x71, 9, 0x81, 0x82, 0, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 0}},
+        {16, {0x71, 9, 0x81, 0x82, 1, 7, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 7}},
+        {16, {0x71, 9, 0x81, 0x82, 2, 4, 8, 9, 0, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 4}},
+        {16, {0x71, 9, 0x81, 0x82, 1, 4, 8, 9, 1, 6, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 4}},
+        {16, {0x71, 9, 0x81, 0x82, 1, 4, 2}, ZEL_OK, {0, 0x71, 0x8182, 4}},
+        {16, {0x71, 9, 0x81, 0x82, 1}, ZEL_OK, {0, 0x71, 0x8182, 0}},
+        {16, {}, ZEL_OK, {0, 0, 0, 0}},
         {16, {0x71, 9, 0x81, 0x82, 1, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_E_FAIL, {}},
         {9, {1, 2, 3}, ZEL_OK, {}},
-        {17, {0x71, 9, 0x81, 0x82, 0}, ZEL_NOT_HANDLED, {}},
-    };
-    for (const auto& [id, body, result, fields] : cases)
+        {17, {0x71, 9, 0x81, 0x82, 0}, ZEL_NOT_HANDLED, {}}};
+    for (const auto& [message, body, result, fields] : cases)
     {
+        const auto decode = [&, id = message, &bytes = body, &expected = fields] {
+            CMessage received;
+            received.SetMessageId(id);
+            received.AppendBytes(bytes.size(), bytes.data());
+            std::uint32_t api = 0;
+            void* decoded = nullptr;
+            const std::uint32_t code = m_handler.DecodeMessage(received, api, decoded);
+            EXPECT_EQ(api, decoded == nullptr ? 0u : 0x605u);
+            EXPECT_EQ(decoded == nullptr, expected.empty() || code == kNoMemory);
+            // The record outlives FreeDecodedData.
+            EXPECT_EQ(m_handler.FreeDecodedData(0x605, decoded), ZEL_E_FAIL);
+            if (const auto* record = static_cast<const SupplementaryIndication*>(decoded))
+            {
+                const unsigned values[] = {record->leading, record->first, record->second, record->block_id};
+                EXPECT_TRUE(std::equal(expected.begin(), expected.end(), values));
+                EXPECT_EQ(record->detail, nullptr);
+            }
+            CoTaskMemFree(decoded);
+            return code;
+        };
         const CLeakCheck leaks;
-        CMessage message;
-        message.SetMessageId(id);
-        message.AppendBytes(body.size(), body.data());
-        std::uint32_t api = 0;
-        void* decoded = nullptr;
-        EXPECT_EQ(m_handler.DecodeMessage(message, api, decoded), result);
-        EXPECT_EQ(api, fields.empty() ? 0u : 0x605u);
-        ASSERT_EQ(decoded == nullptr, fields.empty());
-        // The record outlives FreeDecodedData.
-        EXPECT_EQ(m_handler.FreeDecodedData(0x605, decoded), ZEL_E_FAIL);
-        if (decoded == nullptr)
-            continue;
-        const auto& record = *static_cast<const SupplementaryIndication*>(decoded);
-        EXPECT_EQ(record.leading, 0u);
-        EXPECT_EQ((std::vector<unsigned>{record.first, record.second, record.block_id}), fields);
-        EXPECT_EQ(record.detail, nullptr);
-        CoTaskMemFree(decoded);
+        EXPECT_EQ(decode(), result);
+        if (message == 16)
+            FailEachAllocation(decode);
     }
-    FailEachAllocation([&] {
-        CMessage message;
-        message.SetMessageId(16);
-        std::uint32_t api = 0;
-        void* decoded = nullptr;
-        const std::uint32_t result = m_handler.DecodeMessage(message, api, decoded);
-        CoTaskMemFree(decoded);
-        return result;
-    });
 }
 
 }  // namespace

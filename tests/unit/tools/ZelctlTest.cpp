@@ -230,7 +230,7 @@ TEST(Program, WrongUsageIsExplained)
         {{"time", "set", "today"}, "Usage: zelctl time set"},
         {{"file", "name", "x"}, "ID: \"x\" is not a number"},
         {{"raw", "send", "0"}, "is not whole bytes"},
-        {{"watch", "file"}, "there are connection, messaging, raw"},
+        {{"watch", "file"}, "there are connection, "},
         {{"watch", "--count", "0"}, "--count: 0 is not between"},
         {{"--device", "1", "--serial", "2", "time"}, "exclude each other"},
         {{"--medium", "2", "time"}, "goes with --serial"},

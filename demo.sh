@@ -202,6 +202,25 @@ zelctl 1 supplementary query 0x44 0
 says 'status 33'
 zelctl 0 watch supplementary --count 1 --for 60
 says 'block id: 33'
+heading 'The phone book: look somebody up, write an entry, remove it'
+zelctl 0 pnd find 5 'Béatrice Morel'
+says '12 rue des Lilas'
+zelctl 0 pnd add 5 '7=Wren Achterberg' 11/2=+31620555141 '75=Kade 3' 77=Delft
+says 'location: 41'
+zelctl 0 pnd list 5 38 41
+says 'Wren Achterberg'
+zelctl 0 pnd command15 5 41
+zelctl 1 pnd show 5 41
+says 'status 6'
+
+heading 'The calendar: list it, write an entry, read it back'
+zelctl 0 calendar list
+says 'Ferry to Ærø'
+zelctl 0 calendar add entry-kind=1 kind-code=4 text-1=Sauna 'date-1=2006-05-27 19:00:00'
+says 'location: 11'
+zelctl 0 calendar show 11
+says '2006-05-27 19:00:00'
+zelctl 0 calendar summary
 
 heading 'The same phone, by its serial number'
 zelctl 0 --serial 350123451234567 raw access

@@ -47,7 +47,7 @@
 #define ZEL_CALENDAR_SUMMARY 0x1306u
 
 /** What ZEL_CALENDAR_LIST answers for an empty calendar: the phone's status 7, "this is the last part". */
-#define ZEL_CALENDAR_LAST_PART 0x1307u
+#define ZEL_CALENDAR_LAST_PART (0x1300u | 7u)
 
 /** Kinds of entries: ZEL_CALENDAR_ENTRY_KIND, and the kind of CalendarKindRecord. */
 #define ZEL_CALENDAR_ENTRY_KIND_1 1u

@@ -47,7 +47,7 @@
 #define ZEL_PROFILES_WRITE_BYTES 0x3905u
 
 /** A text that is to be written has more than 33 bytes, that is, more than 16 characters. */
-#define ZEL_PROFILES_TEXT_TOO_LONG 0x3907u
+#define ZEL_PROFILES_TEXT_TOO_LONG (0x3900u | 7u)
 
 /** The setting id whose value is a text. */
 #define ZEL_PROFILES_SETTING_TEXT 12u

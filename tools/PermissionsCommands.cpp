@@ -144,7 +144,8 @@ std::vector<PermissionChunk> ChunksOf(std::span<std::uint8_t> bytes)
 void WriteBlock(CContext& context, std::uint16_t key, std::span<std::uint8_t> bytes)
 {
     CConnection& phone = context.Phone();
-    CProgress progress(ProgressBar("writing", 0, bytes.size()));
+    std::string shown = ProgressBar("writing", 0, bytes.size());
+    CProgress progress(shown);
     for (std::size_t at = 0; at < bytes.size();)
     {
         if (context.stop.IsSet())
@@ -156,7 +157,9 @@ void WriteBlock(CContext& context, std::uint16_t key, std::span<std::uint8_t> by
         phone.Send("writing the block", ZEL_PERMISSIONS_WRITE, record);
         for (const PermissionChunk& chunk : chunks)
             at += chunk.length;
-        progress.Show(ProgressBar("writing", at, bytes.size()));
+        // A terminal may be slower than the phone.
+        if (const std::string now = ProgressBar("writing", at, bytes.size()); now != shown)
+            progress.Show(shown = now);
     }
 }
 

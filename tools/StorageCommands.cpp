@@ -98,6 +98,11 @@ Value DescribeEvent(const void* record)
             {"third", ValueOf(event.third)}};
 }
 
+void ReleaseEvent(void* record)
+{
+    CoTaskMemFree(record);
+}
+
 constexpr Command kCommands[] = {
     {"storage areas", "", 0, 0, "lists the storage areas", "", {}, ShowAreas},
     {"storage list", "AREA", 1, 1, "lists the identifiers that an area holds", "", {}, ShowIdentifiers},
@@ -114,7 +119,7 @@ constexpr Command kCommands[] = {
      SendThreeByteCommand},
 };
 
-constexpr Indication kIndications[] = {{ZEL_STORAGE_EVENT, "storage event", DescribeEvent, CoTaskMemFree}};
+constexpr Indication kIndications[] = {{ZEL_STORAGE_EVENT, "storage event", DescribeEvent, ReleaseEvent}};
 
 }  // namespace
 

@@ -61,6 +61,7 @@ TEST_F(CalendarTest, EntriesAreListedReadAndWrittenInBothForms)
     for (const bool isOld : {false, true})
     {
         const LinkService service(Shipped(isOld ? "calendar-old" : "calendar"));
+        const NothingLeft nothing(service);
         const Connection phone;
         ASSERT_EQ(phone.Result(), ZEL_OK);
         EXPECT_EQ(Locations(phone.Handle(), ZEL_CALENDAR_KIND_CODE_4), (Numbers{3, 4, 5}));

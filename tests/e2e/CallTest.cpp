@@ -50,6 +50,7 @@ void __stdcall Receive(std::uint32_t, std::uint32_t messageId, void* record)
 TEST_F(CallTest, CallsAreMadeHeldEndedAndComeIn)
 {
     const LinkService service(Shipped("call"));
+    const NothingLeft nothing(service);
     Counter indications;
     Counter rings;
     g_indications = &indications;

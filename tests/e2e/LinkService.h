@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/MallocSpy.h"
 #include "zelapi/file.h"
 #include "zelapi/messaging.h"
 #include "zelapi/time.h"
@@ -73,6 +74,21 @@ class Connection
   private:
     ZelConnection m_handle = nullptr;
     std::uint32_t m_result = 0;
+};
+
+/// Fails the test when blocks or texts that the library handed out outlive it. Make it between the service and the
+/// connection.
+class NothingLeft
+{
+  public:
+    explicit NothingLeft(const LinkService& service) : m_service(service) {}
+    NothingLeft(const NothingLeft&) = delete;
+    NothingLeft& operator=(const NothingLeft&) = delete;
+    ~NothingLeft();
+
+  private:
+    const LinkService& m_service;
+    const std::size_t m_before = host::LiveAllocations();
 };
 
 /// Reads the clock. Fails the test, and gives year 0, if that cannot be done.

@@ -52,6 +52,7 @@ void __stdcall Receive(std::uint32_t, std::uint32_t messageId, void* record)
 TEST_F(PNDTest, AnEntryIsWrittenFoundAndRemoved)
 {
     const LinkService service(Shipped("default"));
+    const NothingLeft nothing(service);
     Counter events;
     g_events = &events;
     const Connection phone;

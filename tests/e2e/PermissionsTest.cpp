@@ -32,6 +32,7 @@ std::string ReadBlock(const Connection& phone, std::uint16_t key)
 TEST_F(PermissionsTest, ABlockIsReadWrittenAndReadAgain)
 {
     const LinkService service(Shipped("permissions"));
+    const NothingLeft nothing(service);
     const Connection phone;
     ASSERT_EQ(phone.Result(), ZEL_OK);
     EXPECT_EQ(ReadBlock(phone, 1), "call=allow;message=ask;location=deny;");

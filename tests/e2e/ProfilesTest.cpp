@@ -25,6 +25,7 @@ std::wstring NameOf(ZelConnection phone, std::uint8_t profile)
 TEST_F(ProfilesTest, SettingsAndBytesAreWrittenAndReadBack)
 {
     const LinkService service(Shipped("profiles"));
+    const NothingLeft nothing(service);
     const Connection phone;
     ASSERT_EQ(phone.Result(), ZEL_OK);
     EXPECT_EQ(NameOf(phone.Handle(), 1), L"General");

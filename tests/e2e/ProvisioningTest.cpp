@@ -9,6 +9,7 @@ using ProvisioningTest = EndToEnd;
 TEST_F(ProvisioningTest, SetsAreReadWrittenAndReadAgain)
 {
     const LinkService service(Shipped("provisioning"));
+    const NothingLeft nothing(service);
     const Connection phone;
     ASSERT_EQ(phone.Result(), ZEL_OK);
     ProvisioningList before = {};

@@ -22,6 +22,7 @@ std::wstring ItemsOf(const Connection& phone)
 TEST_F(RadioTest, ItemsAndSettingsAreWrittenAndReadAgain)
 {
     const LinkService service(Shipped("radio"));
+    const NothingLeft nothing(service);
     const Connection phone;
     ASSERT_EQ(phone.Result(), ZEL_OK);
     EXPECT_EQ(ItemsOf(phone), L"1 1Hill Radio 2K\u00FCste 5");

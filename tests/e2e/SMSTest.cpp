@@ -59,6 +59,7 @@ void __stdcall Receive(std::uint32_t, std::uint32_t messageId, void* record)
 TEST_F(SMSTest, MessagesAreListedStoredReadDeletedAndArrive)
 {
     const LinkService service(Shipped("sms"));
+    const NothingLeft nothing(service);
     Counter arrived;
     g_arrived = &arrived;
     const Connection phone;

@@ -48,6 +48,7 @@ void __stdcall Receive(std::uint32_t kind, std::uint32_t messageId, void* record
 TEST_F(StorageTest, AreasAreListedAndWhatIsInThemChanges)
 {
     const LinkService service(Shipped("storage"));
+    const NothingLeft nothing(service);
     Connection phone;
     ASSERT_EQ(phone.Result(), ZEL_OK);
     EXPECT_EQ(AreaNames(phone), u"Phone memory;Memory card;");

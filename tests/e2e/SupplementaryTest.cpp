@@ -44,6 +44,7 @@ TEST_F(SupplementaryTest, ANumberIsGivenAndAServiceSwitchedOff)
     Counter switchedOff;
     g_switchedOff = &switchedOff;
     const LinkService service(Shipped("supplementary"));
+    const NothingLeft nothing(service);
     const Connection phone;
     ASSERT_EQ(phone.Result(), ZEL_OK);
     ASSERT_EQ(ZelRegisterCallback(phone.Handle(), ZEL_REGISTER, &Receive), ZEL_OK);

@@ -32,6 +32,7 @@ std::uint8_t IsActive(const Connection& phone, std::uint16_t key)
 TEST_F(WAPTest, AConnectionIsWrittenReadAndChosen)
 {
     const LinkService service(Shipped("wap"));
+    const NothingLeft nothing(service);
     const Connection phone;
     ASSERT_EQ(phone.Result(), ZEL_OK);
     EXPECT_EQ(ReadConnection(phone, 2), u"B\u00FCcher-http://books.example-");

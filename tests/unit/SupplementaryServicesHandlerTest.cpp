@@ -1,6 +1,6 @@
 #include "handlers/SupplementaryServicesHandler.h"
 
-#include "support/HandlerChecks.h"
+#include "support/PhoneMessages.h"
 #include "support/Text.h"
 
 #include <algorithm>
@@ -73,11 +73,6 @@ const Bytes kReply = {
     1,    0x55, 0x72, 0x55,                                   //
 };
 
-Bytes Values(const SupplementaryDetail& detail)
-{
-    return {detail.value_1, detail.value_2, detail.value_3, detail.value_4};
-}
-
 TEST_F(SupplementaryServicesHandler, SendsEveryRequest)
 {
     const CBStrOwner word = MakeText(u"ab\u20AC");
@@ -91,24 +86,19 @@ TEST_F(SupplementaryServicesHandler, SendsEveryRequest)
         {0x603, 3, &texts[0], {3, 0x21, 0xA1, 0xA2, 0, 1, 0, 12, 2, 0, 2, 0, 0, 'a', 0, 'b', 0, 0}},
         {0x603, 3, &texts[1], {3, 0x21, 0xA1, 0xA2, 0, 1, 0, 12, 9, 0, 9, 0, 0, 'a', 0, 'b', 0x20, 0xAC}},
         {0x603, 3, &texts[2], {3, 0x21, 0xA1, 0xA2, 0, 1, 0, 8, 9, 0, 9, 0, 0, 0}}};
-    using Refusal = std::tuple<std::uint8_t, Bytes, std::uint32_t>;
-    const Refusal refusals[] = {{2, {9, 1, 14, 9, 0x21, 7}, 0x621},
-                                {2, {9, 2, 15, 9, 9, 0x80}, 0x680},
-                                {2, {9, 1, 14, 9, 0, 7}, 0},
-                                {2, {9, 1, 13, 9, 5, 5}, 0},
-                                {2, {9, 0, 14, 9, 0x21}, 0},
-                                {2, {9, 1, 14, 9}, 0},
-                                {2, {}, 0},
-                                {3, {0x99, 1}, 0x699},
-                                {3, {0, 1}, 0}};
+    const std::vector<Outcome> refusals = {{2, {9, 1, 14, 9, 0x21, 7}, 0x621},
+                                           {2, {9, 2, 15, 9, 9, 0x80}, 0x680},
+                                           {2, {9, 1, 14, 9, 0, 7}, 0},
+                                           {2, {9, 1, 13, 9, 5, 5}, 0},
+                                           {2, {9, 0, 14, 9, 0x21}, 0},
+                                           {2, {9, 1, 14, 9}, 0},
+                                           {2, {}, 0},
+                                           {3, {0x99, 1}, 0x699},
+                                           {3, {0, 1}, 0}};
     for (const auto& [api, operation, text, body] : cases)
     {
         const auto check = [&, id = api, &sent = body](auto record) {
-            for (const auto& [reply, answer, result] : refusals)
-            {
-                m_phone.Reply(reply, answer);
-                ExpectRecordUntouched(m_handler, m_phone, id, record, result);
-            }
+            ExpectOutcomes(m_handler, m_phone, id, record, refusals);
             ExpectUnansweredKept(m_handler, m_phone, id, record);
             EXPECT_EQ(Ask(id, &record, {}), ZEL_OK);
             EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0, sent, {1}));
@@ -140,14 +130,12 @@ TEST_F(SupplementaryServicesHandler, FillsAndAllocatesEntries)
     for (std::size_t i = 0; i < std::size(expected); ++i)
     {
         const auto& [type, filled, allocated, text, data] = expected[i];
-        EXPECT_EQ(m_request.entries[i].type, type);
-        EXPECT_EQ(m_list.list.entries[i].type, type);
-        EXPECT_TRUE(SameBytes(filled, Values(m_details[i])));
-        EXPECT_TRUE(SameBytes(allocated, Values(m_list.list.entries[i].detail)));
-        for (const SupplementaryDetail& detail : {m_details[i], m_list.list.entries[i].detail})
+        EXPECT_EQ(std::tuple(m_request.entries[i].type, m_list.list.entries[i].type), std::tuple(type, type));
+        for (const auto& [values, detail] :
+             {std::pair(filled, m_details[i]), {allocated, m_list.list.entries[i].detail}})
         {
-            EXPECT_EQ(detail.text == nullptr, text.empty());
-            EXPECT_EQ(UnitsOf(detail.text), text);
+            EXPECT_TRUE(SameBytes(values, {detail.value_1, detail.value_2, detail.value_3, detail.value_4}));
+            EXPECT_EQ(std::tuple(detail.text == nullptr, UnitsOf(detail.text)), std::tuple(text.empty(), text));
             EXPECT_EQ(detail.data == nullptr, data.empty());
             EXPECT_TRUE(SameBytes(data, Bytes(detail.data, detail.data + data.size())));
         }
@@ -190,11 +178,10 @@ TEST_F(SupplementaryServicesHandler, RefusesBadRecords)
 {
     for (std::uint32_t api = 0x601; api <= 0x604; ++api)
         ExpectBadRecordsRefused(m_handler, api);
-    for (const std::uint32_t api : {0x600u, 0x605u})
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, api, nullptr), ZEL_NOT_HANDLED);
+    ExpectNotHandled(m_handler, {0x600, 0x605});
 
     m_list.operation = 3;
-    for (const void* text : {static_cast<const void*>(nullptr), static_cast<const void*>(kUnreadable)})
+    for (void* text : {static_cast<void*>(nullptr), kUnreadable})
     {
         m_list.list.text = static_cast<const SupplementaryText*>(text);
         ExpectRecordUntouched(m_handler, m_phone, 0x603, m_list, ZEL_E_FAIL);
@@ -213,45 +200,41 @@ TEST_F(SupplementaryServicesHandler, RefusesBadRecords)
 
 TEST_F(SupplementaryServicesHandler, DecodesIndications)
 {
-    // Without fields nothing is delivered.
-    const std::tuple<std::uint8_t, Bytes, std::uint32_t, std::vector<unsigned>> cases[] = {
-        {16, {0x71, 9, 0x81, 0x82, 0, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 0}},
-        {16, {0x71, 9, 0x81, 0x82, 1, 7, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 7}},
-        {16, {0x71, 9, 0x81, 0x82, 2, 4, 8, 9, 0, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 4}},
-        {16, {0x71, 9, 0x81, 0x82, 1, 4, 8, 9, 1, 6, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 4}},
-        {16, {0x71, 9, 0x81, 0x82, 1, 4, 2}, ZEL_OK, {0, 0x71, 0x8182, 4}},
-        {16, {0x71, 9, 0x81, 0x82, 1}, ZEL_OK, {0, 0x71, 0x8182, 0}},
-        {16, {}, ZEL_OK, {0, 0, 0, 0}},
-        {16, {0x71, 9, 0x81, 0x82, 1, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_E_FAIL, {}},
-        {9, {1, 2, 3}, ZEL_OK, {}},
-        {17, {0x71, 9, 0x81, 0x82, 0}, ZEL_NOT_HANDLED, {}}};
-    for (const auto& [message, body, result, fields] : cases)
+    const std::tuple<Bytes, std::uint32_t, std::vector<unsigned>> cases[] = {
+        {{0x71, 9, 0x81, 0x82, 0, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 0}},
+        {{0x71, 9, 0x81, 0x82, 1, 7, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 7}},
+        {{0x71, 9, 0x81, 0x82, 2, 4, 8, 9, 0, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 4}},
+        {{0x71, 9, 0x81, 0x82, 1, 4, 8, 9, 1, 6, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 4}},
+        {{0x71, 9, 0x81, 0x82, 1, 4, 2}, ZEL_OK, {0, 0x71, 0x8182, 4}},
+        {{0x71, 9, 0x81, 0x82, 1}, ZEL_OK, {0, 0x71, 0x8182, 0}},
+        {{}, ZEL_OK, {0, 0, 0, 0}},
+        {{0x71, 9, 0x81, 0x82, 1, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_E_FAIL, {}}};
+    for (const auto& [body, result, fields] : cases)
     {
-        const auto decode = [&, id = message, &bytes = body, &expected = fields] {
-            CMessage received;
-            received.SetMessageId(id);
-            received.AppendBytes(bytes.size(), bytes.data());
+        const auto decode = [&, &sent = body, &expected = fields] {
+            CMessage received = MessageOf(16, sent);
             std::uint32_t api = 0;
             void* decoded = nullptr;
             const std::uint32_t code = m_handler.DecodeMessage(received, api, decoded);
             EXPECT_EQ(api, decoded == nullptr ? 0u : 0x605u);
-            EXPECT_EQ(decoded == nullptr, expected.empty() || code == kNoMemory);
+            EXPECT_EQ(decoded == nullptr, code != ZEL_OK);
             // The record outlives FreeDecodedData.
             EXPECT_EQ(m_handler.FreeDecodedData(0x605, decoded), ZEL_E_FAIL);
-            if (const auto* record = static_cast<const SupplementaryIndication*>(decoded))
+            const CTaskMemOwner<SupplementaryIndication> record(static_cast<SupplementaryIndication*>(decoded));
+            if (record != nullptr)
             {
-                const unsigned values[] = {record->leading, record->first, record->second, record->block_id};
-                EXPECT_TRUE(std::equal(expected.begin(), expected.end(), values));
+                EXPECT_EQ((std::vector<unsigned>{record->leading, record->first, record->second, record->block_id}),
+                          expected);
                 EXPECT_EQ(record->detail, nullptr);
             }
-            CoTaskMemFree(decoded);
             return code;
         };
         const CLeakCheck leaks;
-        EXPECT_EQ(decode(), result);
-        if (message == 16)
-            FailEachAllocation(decode);
+        EXPECT_EQ(decode(), result) << Hex(body);
+        FailEachAllocation(decode);
     }
+    ExpectNotDecoded(m_handler, 9, ZEL_OK);
+    ExpectNotDecoded(m_handler, 17);
 }
 
 }  // namespace

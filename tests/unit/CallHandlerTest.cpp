@@ -1,6 +1,6 @@
 #include "handlers/CallHandler.h"
 
-#include "support/PhoneMessages.h"
+#include "support/HandlerFixture.h"
 #include "support/Text.h"
 
 #include <algorithm>
@@ -11,8 +11,6 @@
 
 namespace
 {
-
-constexpr std::uint8_t kResource = 0x01;
 
 /// An element's id, parameters, text and cause.
 using Element = std::tuple<std::uint16_t, Bytes, std::u16string, std::uint32_t>;
@@ -44,17 +42,9 @@ Elements Take(std::span<const CallElement> elements)
     return taken;
 }
 
-class CallHandler : public testing::Test
+class CallHandler : public HandlerFixture<CCallHandler, 0x01>
 {
   protected:
-    CallHandler() { m_handler.SetResource(kResource); }
-
-    std::uint32_t Ask(std::uint32_t messageId, std::uint8_t replyId, const Bytes& reply)
-    {
-        m_phone.Reply(replyId, reply);
-        return m_handler.EncodeRequest(m_phone, messageId, &m_record);
-    }
-
     /// Creates a call; gives its elements as they are then. Only one that is expected to be sent is answered.
     Elements Create(std::uint32_t messageId, const Elements& elements, std::uint32_t expected = ZEL_OK)
     {
@@ -71,7 +61,7 @@ class CallHandler : public testing::Test
     Elements Query(std::uint8_t mode, const Bytes& reply)
     {
         m_record = {0, 0x05, mode, 0, nullptr};
-        EXPECT_EQ(Ask(ZEL_CALL_STATUS_QUERY, 0x0E, reply), ZEL_OK);
+        EXPECT_EQ(Ask(ZEL_CALL_STATUS_QUERY, &m_record, 0x0E, reply), ZEL_OK);
         m_array.reset(m_record.elements);
         return Take({m_record.elements, m_record.returned});
     }
@@ -79,24 +69,17 @@ class CallHandler : public testing::Test
     /// Decodes an indication and frees it. Its texts live on.
     std::uint32_t Decode(const Bytes& body)
     {
-        CMessage message = MessageOf(0x0F, body);
-        std::uint32_t messageId = 0;
-        void* decoded = nullptr;
-        const std::uint32_t result = m_handler.DecodeMessage(message, messageId, decoded);
-        EXPECT_EQ(messageId, result == ZEL_OK ? ZEL_CALL_STATUS : 0u);
-        EXPECT_EQ(decoded == nullptr, result != ZEL_OK);
-        if (decoded == nullptr)
+        CallRecord* decoded = nullptr;
+        const std::uint32_t result = HandlerFixture::Decode(0x0F, body, ZEL_CALL_STATUS, decoded);
+        if (result != ZEL_OK)
             return result;
-        m_record = *static_cast<CallRecord*>(decoded);
+        m_record = *decoded;
         const std::vector<CallElement> elements(m_record.elements, m_record.elements + m_record.count_or_mode);
         EXPECT_EQ(m_handler.FreeDecodedData(ZEL_CALL_STATUS, decoded), ZEL_OK);
         m_decoded = Take(elements);
         return result;
     }
 
-    const CLeakCheck m_leaks;
-    CCallHandler m_handler;
-    FakeSender m_phone;
     CallRecord m_record = {};
     CTaskMemOwner<CallElement> m_array;
     Elements m_decoded;
@@ -137,26 +120,27 @@ TEST_F(CallHandler, SendsEachRequestAndReadsCallIdAndCause)
         for (const Bytes& part : answers)
         {
             m_record = {7, 0x05, 0, 9, nullptr};
-            EXPECT_EQ(Ask(api, reply, part), part.size() > cause && part[cause] != 0 ? 0x111u : 0u) << Hex(part);
+            EXPECT_EQ(Ask(api, &m_record, reply, part), part.size() > cause && part[cause] != 0 ? 0x111u : 0u)
+                << Hex(part);
             EXPECT_EQ(m_record.call_id, part.empty() ? 0 : 0x21);
-            EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, request, body));
+            EXPECT_TRUE(Sent(request, body));
         }
         m_record = {7, 0x05, 0, 9, nullptr};
-        EXPECT_EQ(Ask(api, 0x7F, answer), ZEL_OK);
+        EXPECT_EQ(Ask(api, &m_record, 0x7F, answer), ZEL_OK);
         EXPECT_EQ(m_record.call_id, callId);
-        ExpectUnansweredKept(m_handler, m_phone, api, m_record);
+        ExpectUnanswered(api, m_record);
         ExpectBadRecordsRefused(m_handler, api);
     }
-    ExpectNotHandled(m_handler, {0x100, 0x10C, 0x10D});
+    ExpectNotHandled({0x100, 0x10C, 0x10D});
 }
 
 TEST_F(CallHandler, TheLastCauseCountsAndAnUnreadableBlockEndsTheWalk)
 {
-    EXPECT_EQ(Ask(0x101, 0x02, {1, 2, 0x08, 4, 0x11, 0, 0x08, 4, 0x22, 0}), 0x122u);
-    EXPECT_EQ(Ask(0x101, 0x02, {1, 3, 0x08, 4, 0x11, 0, 0x07, 2, 0x08, 4, 0x22, 0}), 0x111u);
+    EXPECT_EQ(Ask(0x101, &m_record, 0x02, {1, 2, 0x08, 4, 0x11, 0, 0x08, 4, 0x22, 0}), 0x122u);
+    EXPECT_EQ(Ask(0x101, &m_record, 0x02, {1, 3, 0x08, 4, 0x11, 0, 0x07, 2, 0x08, 4, 0x22, 0}), 0x111u);
     // In the query a zero byte means that nothing follows, and the block that is passed over must be readable.
-    EXPECT_EQ(Ask(0x102, 0x08, {1, 0, 1, 0x08, 4, 0x22, 0}), 0u);
-    EXPECT_EQ(Ask(0x102, 0x08, {1, 1, 0x05, 2, 1, 0x08, 4, 0x22, 0}), 0u);
+    EXPECT_EQ(Ask(0x102, &m_record, 0x08, {1, 0, 1, 0x08, 4, 0x22, 0}), 0u);
+    EXPECT_EQ(Ask(0x102, &m_record, 0x08, {1, 1, 0x05, 2, 1, 0x08, 4, 0x22, 0}), 0u);
 }
 
 TEST_F(CallHandler, EncodesEachElement)
@@ -186,7 +170,7 @@ TEST_F(CallHandler, EncodesEachElement)
     {
         CallElement element = {0, 3, 0, 1, 2, 0, 0, {static_cast<BSTR>(text)}};
         m_record = {0, 0, 1, 0, &element};
-        EXPECT_EQ(Ask(ZEL_CALL_CREATE, 0x02, {1, 0}), ZEL_OK);
+        EXPECT_EQ(Ask(ZEL_CALL_CREATE, &m_record, 0x02, {1, 0}), ZEL_OK);
         EXPECT_TRUE(SameBytes({0, 1, 3, 8, 1, 2, 0, 0, 0, 0}, m_phone.Last().body));
     }
 }
@@ -203,8 +187,7 @@ TEST_F(CallHandler, RefusesWhatCannotBeSent)
     }
     for (const std::uint32_t api : {ZEL_CALL_CREATE, ZEL_CALL_CREATE_VARIANT})
         for (void* elements : {static_cast<void*>(nullptr), kUnreadable})
-            ExpectRecordUntouched(m_handler, m_phone, api, CallRecord{0, 0, 1, 0, static_cast<CallElement*>(elements)},
-                                  ZEL_E_ARGUMENT);
+            ExpectRefused(api, CallRecord{0, 0, 1, 0, static_cast<CallElement*>(elements)}, ZEL_E_ARGUMENT);
     EXPECT_EQ(m_phone.Requests().size(), 2u);
 }
 
@@ -236,7 +219,7 @@ TEST_F(CallHandler, StatusQueryFillsAnElementForEachBlockAndTwoForANumber)
                                {7, {1, 2, 3, 0}, u"", 0},
                                {3, {0x14, 5, 0, 0}, u"7", 0}};
     EXPECT_EQ(Query(2, kStatusReply), expected);
-    EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0x0D, {0x05, 0x01, 0x1C, 4, 2, 0}));
+    EXPECT_TRUE(Sent(0x0D, {0x05, 0x01, 0x1C, 4, 2, 0}));
     EXPECT_EQ(m_record.call_id, 7);
     EXPECT_EQ(m_record.count_or_mode, 2);
     // An unreadable block ends the walk.
@@ -268,9 +251,9 @@ TEST_F(CallHandler, StatusQueryWithoutElements)
 {
     CallElement earlier = {};
     m_record = {0, 5, 1, 3, &earlier};
-    ExpectOutcomes(m_handler, m_phone, ZEL_CALL_STATUS_QUERY, m_record,
+    ExpectOutcomes(ZEL_CALL_STATUS_QUERY, m_record,
                    {{0x0E, {}, ZEL_OK}, {0x0E, {0, 1, 0x08, 4, 1, 1}, ZEL_OK}, {0x0D, {1, 0}, ZEL_OK}});
-    ExpectUnansweredKept(m_handler, m_phone, ZEL_CALL_STATUS_QUERY, m_record);
+    ExpectUnanswered(ZEL_CALL_STATUS_QUERY, m_record);
     ExpectBadRecordsRefused(m_handler, ZEL_CALL_STATUS_QUERY);
     EXPECT_EQ(Query(1, {1, 0}), Elements());
     EXPECT_EQ(m_record.elements, nullptr);
@@ -334,7 +317,7 @@ TEST_F(CallHandler, FindsTheNextItem)
 
 TEST_F(CallHandler, FreesNothingElse)
 {
-    ExpectNotDecoded(m_handler, 0x0E);
+    ExpectNotDecoded(0x0E);
     CallRecord unreadable = {0, 0, 1, 0, static_cast<CallElement*>(kUnreadable)};
     EXPECT_EQ(m_handler.FreeDecodedData(0x10B, &unreadable), ZEL_NOT_HANDLED);
     EXPECT_EQ(m_handler.FreeDecodedData(0x10C, nullptr), ZEL_OK);

@@ -1,6 +1,6 @@
 #include "handlers/PermHandler.h"
 
-#include "support/PhoneMessages.h"
+#include "support/HandlerFixture.h"
 
 #include <iterator>
 #include <optional>
@@ -8,8 +8,6 @@
 
 namespace
 {
-
-constexpr std::uint8_t kResource = 0x23;
 
 /// The bytes of a number.
 Bytes Dword(std::size_t value)
@@ -33,11 +31,9 @@ struct Answer
     Bytes chunk = {};
 };
 
-class PermHandler : public testing::Test
+class PermHandler : public HandlerFixture<CPermHandler, 0x23>
 {
   protected:
-    PermHandler() { m_handler.SetResource(kResource); }
-
     static FakeSender PhoneWith(const std::vector<Answer>& answers)
     {
         FakeSender phone;
@@ -49,9 +45,9 @@ class PermHandler : public testing::Test
     /// Reads a block, for which these lengths must be asked, and takes its chunks.
     std::uint32_t Read(std::uint32_t size, const std::vector<std::uint16_t>& asked, const std::vector<Answer>& answers)
     {
-        FakeSender phone = PhoneWith(answers);
+        m_phone = PhoneWith(answers);
         PermissionRecord record = {1, 0x1234, size, 7, &m_earlier};
-        const std::uint32_t result = m_handler.EncodeRequest(phone, ZEL_PERMISSIONS_READ, &record);
+        const std::uint32_t result = m_handler.EncodeRequest(m_phone, ZEL_PERMISSIONS_READ, &record);
         EXPECT_EQ(std::tuple(record.leading, record.key, record.size), std::tuple(1u, 0x1234, size));
         EXPECT_EQ(record.count, result == ZEL_OK ? asked.size() : 0);
         EXPECT_EQ(record.chunks == nullptr, record.count == 0);
@@ -60,8 +56,8 @@ class PermHandler : public testing::Test
         for (std::size_t i = 0; i < record.count; ++i)
         {
             const PermissionChunk& chunk = record.chunks[i];
-            const Bytes request = Join({{0x12, 0x34, 0, 0, 0, 0}, Dword(offset), Dword(asked[i])});
-            EXPECT_TRUE(SameRequest(phone.Requests()[i], kResource, 4, request, {5}));
+            const Bytes request = Join({{0x12, 0x34, 0, 0, 0, 0}, Dword(offset), Dword(asked.at(i))});
+            EXPECT_TRUE(SameRequest(m_phone.Requests()[i], kResource, 4, request, {5}));
             EXPECT_EQ(chunk.offset, offset);
             EXPECT_EQ(chunk.bytes == nullptr, chunk.length == 0);
             m_chunks.emplace_back(chunk.bytes, chunk.bytes + chunk.length);
@@ -80,9 +76,6 @@ class PermHandler : public testing::Test
 
     /// The array that a record holds before a request; nobody frees it.
     PermissionChunk m_earlier = {};
-    const CLeakCheck m_leaks;
-    CPermHandler m_handler;
-    FakeSender m_phone;
     std::vector<Bytes> m_chunks;
 };
 
@@ -99,8 +92,8 @@ TEST_F(PermHandler, ReadsTheSizes)
         SCOPED_TRACE(messageId);
         const auto replyId = static_cast<std::uint8_t>(requestId + 1);
         const PermissionRecord before = {1, 0x1234, 2, 3, &m_earlier};
-        ExpectUnansweredKept(m_handler, m_phone, messageId, before);
-        ExpectOutcomes(m_handler, m_phone, messageId, before,
+        ExpectUnanswered(messageId, before);
+        ExpectOutcomes(messageId, before,
                        {{replyId, {}, ZEL_E_FAIL},
                         {replyId, {0, 1}, ZEL_E_FAIL},
                         {replyId, {0x21, 1, 6, 8, 0, 0, 0, 0, 0, 5}, 0x2321},
@@ -112,12 +105,12 @@ TEST_F(PermHandler, ReadsTheSizes)
         for (std::size_t length = 3; length <= reply.size(); ++length)
         {
             PermissionRecord record = before;
-            m_phone.Reply(replyId, Bytes(reply.begin(), reply.begin() + static_cast<std::ptrdiff_t>(length)));
-            EXPECT_EQ(m_handler.EncodeRequest(m_phone, messageId, &record), ZEL_OK);
+            const Bytes part(reply.begin(), reply.begin() + static_cast<std::ptrdiff_t>(length));
+            EXPECT_EQ(Ask(messageId, &record, replyId, part), ZEL_OK);
             EXPECT_EQ(std::tuple(record.size, record.count, record.chunks),
                       std::tuple(sizes[length - 3], 3u, &m_earlier));
         }
-        EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, requestId, body, {replyId}));
+        EXPECT_TRUE(Sent(requestId, body, {replyId}));
     }
 }
 
@@ -180,6 +173,7 @@ TEST_F(PermHandler, GoesOnAfterABadChunk)
     {
         SCOPED_TRACE(Hex(answers.back().body));
         EXPECT_EQ(Read(2049, {1024, 1024, 1}, answers), result);
+        EXPECT_EQ(m_phone.Requests().size(), 3u);
         ASSERT_EQ(m_chunks.size(), result == ZEL_OK ? 3u : 0u);
         for (std::size_t i = 0; i < m_chunks.size(); ++i)
             EXPECT_TRUE(SameBytes(answers[i].chunk, m_chunks[i]));
@@ -189,7 +183,9 @@ TEST_F(PermHandler, GoesOnAfterABadChunk)
     {
         EXPECT_EQ(Read(4, {4}, {{0, 5, part}}), part.size() < 2 ? ZEL_E_FAIL : ZEL_OK) << part.size();
         if (part.size() >= 2)
+        {
             EXPECT_EQ(m_chunks[0], part.size() < 14 ? Bytes() : Filled({part.begin() + 14, part.end()}, 4));
+        }
     }
     FailEachAllocation([&] { return Read(2049, {1024, 1024, 1}, {kGood, kGood, kGood}); });
 }
@@ -221,31 +217,30 @@ TEST_F(PermHandler, WritesChunksUntilOneFails)
 
 TEST_F(PermHandler, RefusesBadRecords)
 {
-    ExpectRecordUntouched(m_handler, m_phone, 0x2302, PermissionRecord{1, 2, 0, 3, &m_earlier}, ZEL_E_ARGUMENT);
-    ExpectRecordUntouched(m_handler, m_phone, 0x2303, PermissionRecord{1, 2, 3, 0, &m_earlier}, ZEL_E_ARGUMENT);
+    ExpectRefused(0x2302, PermissionRecord{1, 2, 0, 3, &m_earlier}, ZEL_E_ARGUMENT);
+    ExpectRefused(0x2303, PermissionRecord{1, 2, 3, 0, &m_earlier}, ZEL_E_ARGUMENT);
     for (void* bad : {static_cast<void*>(nullptr), kUnreadable})
     {
         PermissionChunk chunk = {0, 0, 1, static_cast<std::uint8_t*>(bad)};
         PermissionRecord record = {1, 2, 3, 1, static_cast<PermissionChunk*>(bad)};
-        ExpectRecordUntouched(m_handler, m_phone, 0x2303, record, ZEL_E_ARGUMENT);
+        ExpectRefused(0x2303, record, ZEL_E_ARGUMENT);
         record.chunks = &chunk;
-        ExpectRecordUntouched(m_handler, m_phone, 0x2303, record, ZEL_E_FAIL);
+        ExpectRefused(0x2303, record, ZEL_E_FAIL);
     }
     for (const std::uint32_t messageId : {0x2301u, 0x2302u, 0x2303u, 0x2304u})
         ExpectBadRecordsRefused(m_handler, messageId);
-    EXPECT_TRUE(m_phone.Requests().empty());
-    ExpectNotHandled(m_handler, {0x2300, 0x2305});
-    ExpectNoIndications(m_handler, ZEL_PERMISSIONS_SIZE);
+    ExpectNotHandled({0x2300, 0x2305});
+    ExpectNoIndications(ZEL_PERMISSIONS_SIZE);
 }
 
-/// Counts what is alive while a block is read: the array, and the chunks before this one.
+/// Counts what is alive: the array, and the chunks that have been read, in the end 8192.
 class CountingPhone : public FakeSender
 {
   public:
     std::uint32_t Send(CMessage& message, std::uint32_t timeoutMs) override
     {
-        if (message.GetMessageId() == 4)
-            EXPECT_EQ(host::LiveAllocations(), m_before + 1 + Requests().size());
+        const bool reads = message.GetMessageId() == 4;
+        EXPECT_EQ(host::LiveAllocations(), m_before + (reads ? 1 + Requests().size() : 8193));
         return FakeSender::Send(message, timeoutMs);
     }
 

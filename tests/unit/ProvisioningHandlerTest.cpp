@@ -1,13 +1,11 @@
 #include "handlers/ProvisioningHandler.h"
 
-#include "support/PhoneMessages.h"
+#include "support/HandlerFixture.h"
 #include "support/ReceivedRecords.h"
 #include "support/Text.h"
 
 namespace
 {
-
-constexpr std::uint8_t kResource = 0x22;
 
 struct Message
 {
@@ -57,19 +55,18 @@ const std::vector<Message> kWriteRequests = {
 const std::vector<Message> kWriteReplies = {{85, {1}}, {87, {1}},    {83, {1}}, {87, {1}},
                                             {87, {1}}, {83, {1, 8}}, {87, {1}}, {87, {1}}};
 
-FakeSender PhoneWith(const std::vector<Message>& replies)
-{
-    FakeSender phone;
-    phone.SetVersion(kResource, 1, 0);
-    for (const Message& reply : replies)
-        phone.Reply(reply.id, reply.body);
-    return phone;
-}
-
-class ProvisioningHandler : public testing::Test
+class ProvisioningHandler : public HandlerFixture<CProvisioningHandler, 0x22>
 {
   protected:
-    ProvisioningHandler() { m_handler.SetResource(kResource); }
+    /// A phone that has the service.
+    static FakeSender PhoneWith(const std::vector<Message>& replies)
+    {
+        FakeSender phone;
+        phone.SetVersion(kResource, 1, 0);
+        for (const Message& reply : replies)
+            phone.Reply(reply.id, reply.body);
+        return phone;
+    }
 
     std::uint32_t Run(std::uint32_t messageId, ProvisioningList& list, const std::vector<Message>& replies)
     {
@@ -94,7 +91,6 @@ class ProvisioningHandler : public testing::Test
                 << i;
     }
 
-    const CLeakCheck m_leaks;
     const CBStrOwner m_name = MakeText({u"N\u00E9\0x", 4});
     std::uint8_t m_blockA[2] = {0xAA, 0xBB};
     std::uint8_t m_blockC[1] = {0xCC};
@@ -104,8 +100,6 @@ class ProvisioningHandler : public testing::Test
                                  {{}, 7, &m_access, &m_nameRecord, 0, 0, nullptr}};
     ProvisioningList m_toWrite = {0, 2, m_sets, 0, 0, 0};
     ProvisioningList m_list = {};
-    CProvisioningHandler m_handler;
-    FakeSender m_phone;
 };
 
 TEST_F(ProvisioningHandler, ReadsSetsWithTheirContents)
@@ -114,7 +108,7 @@ TEST_F(ProvisioningHandler, ReadsSetsWithTheirContents)
     EXPECT_EQ(Read(kReadReplies), ZEL_OK);
     ExpectRequests(kReadRequests);
     EXPECT_EQ(m_list.leading, 0x12345678u);
-    EXPECT_EQ((Bytes{m_list.count, m_list.value_16, m_list.value_17, m_list.value_18}), (Bytes{3, 0x21, 0x22, 0x23}));
+    ASSERT_EQ((Bytes{m_list.count, m_list.value_16, m_list.value_17, m_list.value_18}), (Bytes{3, 0x21, 0x22, 0x23}));
 
     const ProvisioningSet& plain = m_list.sets[0];
     EXPECT_EQ(std::tuple(plain.number, plain.access == nullptr, plain.name == nullptr), std::tuple(5, true, true));
@@ -269,22 +263,20 @@ TEST_F(ProvisioningHandler, RefusesBadRecordsOfAPhoneThatHasTheService)
 
 TEST_F(ProvisioningHandler, SendsASetNumber)
 {
-    FakeSender phone = PhoneWith({});
+    m_phone = PhoneWith({});
     const ProvisioningNumber record = {1, 0x42};
-    ExpectOutcomes(m_handler, phone, ZEL_PROVISIONING_SET_NUMBER, record,
+    ExpectOutcomes(ZEL_PROVISIONING_SET_NUMBER, record,
                    {{85, {1}, 0}, {85, {0}, 0}, {85, {}, 0}, {2, {1}, 2}, {85, {3}, 0x2203}, {0x7F, {3}, 0}});
-    EXPECT_TRUE(SameRequest(phone.Last(), kResource, 84, {0x42, 0, 0, 0, 0, 0x7F}, {2, 85}));
-    ExpectUnansweredKept(m_handler, phone, ZEL_PROVISIONING_SET_NUMBER, record);
+    EXPECT_TRUE(Sent(84, {0x42, 0, 0, 0, 0, 0x7F}, {2, 85}));
+    ExpectUnanswered(ZEL_PROVISIONING_SET_NUMBER, record);
 }
 
 TEST_F(ProvisioningHandler, NeedsTheService)
 {
-    FakeSender phone;
     for (std::uint32_t id = ZEL_PROVISIONING_READ_ALL; id <= ZEL_PROVISIONING_SET_NUMBER; ++id)
-        EXPECT_EQ(m_handler.EncodeRequest(phone, id, nullptr), 4u);
-    EXPECT_TRUE(phone.Requests().empty());
-    ExpectNotHandled(m_handler, {0x2200, 0x2204});
-    ExpectNoIndications(m_handler, ZEL_PROVISIONING_READ_ALL);
+        ExpectBadRecordsRefused(m_handler, id, ZEL_PROVISIONING_NO_SERVICE);
+    ExpectNotHandled({0x2200, 0x2204});
+    ExpectNoIndications(ZEL_PROVISIONING_READ_ALL);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "handlers/RadioHandler.h"
 
-#include "support/PhoneMessages.h"
+#include "support/HandlerFixture.h"
 #include "support/ReceivedRecords.h"
 #include "support/Text.h"
 
@@ -8,8 +8,6 @@
 
 namespace
 {
-
-constexpr std::uint8_t kResource = 0x3E;
 
 const Bytes kListReply = {
     0x77, 3,                                                 // value, count
@@ -33,34 +31,24 @@ const Bytes kSettingReply = {
 /// The text that is sent.
 const Bytes kText = {0, 'A', 0x20, 0xAC, 0, 'B'};
 
-class RadioHandler : public testing::Test
+class RadioHandler : public HandlerFixture<CRadioHandler, 0x3E>
 {
   protected:
-    RadioHandler() { m_handler.SetResource(kResource); }
-
-    std::uint32_t List(const Bytes& reply)
-    {
-        FakeSender phone;
-        phone.Reply(14, reply);
-        return m_handler.EncodeRequest(phone, ZEL_RADIO_LIST, &m_list);
-    }
+    std::uint32_t List(const Bytes& reply) { return Ask(ZEL_RADIO_LIST, &m_list, 14, reply); }
 
     /// The body that an item is sent as.
     Bytes Written(const RadioItem& item)
     {
         const RadioItemRecord record = {0, &item};
-        ExpectOutcomes(m_handler, m_phone, ZEL_RADIO_WRITE_ITEM, record, {{21, {}, ZEL_OK}});
+        ExpectOutcomes(ZEL_RADIO_WRITE_ITEM, record, {{21, {}, ZEL_OK}});
         return m_phone.Last().body;
     }
 
-    const CLeakCheck m_leaks;
     const CBStrOwner m_text = MakeText(u"A\u20ACB");
     std::uint8_t m_data[2] = {0xD1, 0xD2};
     const RadioItem m_item = {0, 0x51, m_text.get(), 2, m_data};
     const RadioSetting m_setting = {1, 0x42, 0x43, {}, 0x12, 0x13, 0x14, 0x15, 0x12345678, m_text.get()};
     RadioList m_list = {};
-    CRadioHandler m_handler;
-    FakeSender m_phone;
 };
 
 TEST_F(RadioHandler, SendsEachRequestAndReportsItsStatus)
@@ -77,9 +65,9 @@ TEST_F(RadioHandler, SendsEachRequestAndReportsItsStatus)
     {
         SCOPED_TRACE(messageId);
         const auto check = [&, id = messageId](const auto& record) {
-            ExpectOutcomes(m_handler, m_phone, id, record,
+            ExpectOutcomes(id, record,
                            {{22, {9, 3}, 0x3E03}, {22, {9, 0xFF}, 0x3EFF}, {22, {9, 0}, 0}, {22, {9}, 0}, {22, {}, 0}});
-            ExpectUnansweredKept(m_handler, m_phone, id, record);
+            ExpectUnanswered(id, record);
         };
         if (messageId == ZEL_RADIO_LIST)
             check(RadioList{1, 2, 3, nullptr});
@@ -87,15 +75,14 @@ TEST_F(RadioHandler, SendsEachRequestAndReportsItsStatus)
             check(RadioItemRecord{1, &m_item});
         else
             check(m_setting);
-        EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, request, body, {reply, 22},
-                                messageId == ZEL_RADIO_LIST ? 10000 : 60000));
+        EXPECT_TRUE(Sent(request, body, {reply, 22}, messageId == ZEL_RADIO_LIST ? 10000 : 60000));
         ExpectBadRecordsRefused(m_handler, messageId,
                                 messageId == ZEL_RADIO_READ_SETTING ? ZEL_E_FAIL : ZEL_E_ARGUMENT);
     }
     // What a done reply holds does not matter.
-    ExpectOutcomes(m_handler, m_phone, ZEL_RADIO_REQUEST_3, m_setting, {{21, {1, 5}, ZEL_OK}});
-    ExpectNotHandled(m_handler, {0x3E00, 0x3E06});
-    ExpectNoIndications(m_handler, ZEL_RADIO_LIST);
+    ExpectOutcomes(ZEL_RADIO_REQUEST_3, m_setting, {{21, {1, 5}, ZEL_OK}});
+    ExpectNotHandled({0x3E00, 0x3E06});
+    ExpectNoIndications(ZEL_RADIO_LIST);
 }
 
 TEST_F(RadioHandler, ListsItems)
@@ -158,19 +145,18 @@ TEST_F(RadioHandler, RefusesWhatCannotBeSent)
     {
         const RadioItem noData = {0, 1, nullptr, 1, static_cast<std::uint8_t*>(bad)};
         for (const RadioItem* item : {static_cast<const RadioItem*>(bad), &noData, &tooLong})
-            ExpectRecordUntouched(m_handler, m_phone, ZEL_RADIO_WRITE_ITEM, RadioItemRecord{0, item}, ZEL_E_ARGUMENT);
+            ExpectRefused(ZEL_RADIO_WRITE_ITEM, RadioItemRecord{0, item}, ZEL_E_ARGUMENT);
     }
     RadioSetting setting = m_setting;
     const CBStrOwner longText = MakeText(std::u16string(121, u't'));
     setting.text = longText.get();
-    ExpectRecordUntouched(m_handler, m_phone, ZEL_RADIO_WRITE_SETTING, setting, ZEL_E_ARGUMENT);
-    EXPECT_TRUE(m_phone.Requests().empty());
+    ExpectRefused(ZEL_RADIO_WRITE_SETTING, setting, ZEL_E_ARGUMENT);
 
     const CBStrOwner longest = MakeText(std::u16string(120, u't'));
     for (const BSTR text : {longest.get(), static_cast<BSTR>(nullptr), static_cast<BSTR>(kUnreadable)})
     {
         setting.text = text;
-        ExpectOutcomes(m_handler, m_phone, ZEL_RADIO_WRITE_SETTING, setting, {{21, {}, ZEL_OK}});
+        ExpectOutcomes(ZEL_RADIO_WRITE_SETTING, setting, {{21, {}, ZEL_OK}});
         EXPECT_EQ(m_phone.Last().body.size(), text == longest.get() ? 254u : 14u);
         EXPECT_EQ(m_phone.Last().body[4], text == longest.get() ? 120 : 0);
     }
@@ -179,17 +165,15 @@ TEST_F(RadioHandler, RefusesWhatCannotBeSent)
 TEST_F(RadioHandler, ReadsASetting)
 {
     RadioSetting record = {1, 0x42, 0x43, {}, 0, 0, 0, 0, 0, nullptr};
-    m_phone.Reply(6, kSettingReply);
-    EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_RADIO_READ_SETTING, &record), ZEL_OK);
+    EXPECT_EQ(Ask(ZEL_RADIO_READ_SETTING, &record, 6, kSettingReply), ZEL_OK);
     EXPECT_EQ(UnitsOf(CBStrOwner(record.text).get()), u"A\u20ACB");
     EXPECT_EQ(std::memcmp(&record, &m_setting, offsetof(RadioSetting, text) - 4), 0);
     record.text = m_text.get();
 
     // An empty text leaves the pointer; no setting, the record.
-    m_phone.Reply(6, {9, 1, 0, 12, 0, 1, 2, 3, 9, 4, 0, 0, 0, 5});
-    EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_RADIO_READ_SETTING, &record), ZEL_OK);
+    EXPECT_EQ(Ask(ZEL_RADIO_READ_SETTING, &record, 6, {9, 1, 0, 12, 0, 1, 2, 3, 9, 4, 0, 0, 0, 5}), ZEL_OK);
     EXPECT_EQ(std::tuple(record.text, record.value_16), std::tuple(m_text.get(), 5u));
-    ExpectOutcomes(m_handler, m_phone, ZEL_RADIO_READ_SETTING, m_setting,
+    ExpectOutcomes(ZEL_RADIO_READ_SETTING, m_setting,
                    {{6, {}, ZEL_OK},
                     {6, {9}, ZEL_OK},
                     {6, {9, 0, 0, 12}, ZEL_OK},
@@ -197,16 +181,13 @@ TEST_F(RadioHandler, ReadsASetting)
                     {6, {9, 1, 1, 12, 1, 1, 2, 3, 9, 4, 0, 0, 0, 5}, ZEL_OK}});
     for (const Bytes& part : Truncations(kSettingReply))
     {
-        m_phone.Reply(6, part);
         record = {};
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_RADIO_READ_SETTING, &record), ZEL_OK);
+        EXPECT_EQ(Ask(ZEL_RADIO_READ_SETTING, &record, 6, part), ZEL_OK);
         EXPECT_EQ(SysStringLen(CBStrOwner(record.text).get()), part.size() > 4 ? 3u : 0u) << part.size();
     }
     FailEachAllocation([&] {
-        FakeSender phone;
-        phone.Reply(6, kSettingReply);
         record = {};
-        const std::uint32_t result = m_handler.EncodeRequest(phone, ZEL_RADIO_READ_SETTING, &record);
+        const std::uint32_t result = Ask(ZEL_RADIO_READ_SETTING, &record, 6, kSettingReply);
         SysFreeString(record.text);
         return result;
     });

@@ -1,6 +1,6 @@
 #include "handlers/StorageHandler.h"
 
-#include "support/PhoneMessages.h"
+#include "support/HandlerFixture.h"
 #include "support/Text.h"
 
 #include <algorithm>
@@ -8,8 +8,6 @@
 
 namespace
 {
-
-constexpr std::uint8_t kResource = 0xAA;
 
 /// All layouts of the caller's record.
 union AnyRecord {
@@ -25,16 +23,13 @@ constexpr AnyRecord kRecord = {
 using Areas = std::vector<std::pair<unsigned, std::u16string>>;
 using Identifiers = std::vector<std::uint32_t>;
 
-class StorageHandler : public testing::Test
+class StorageHandler : public HandlerFixture<CStorageHandler, 0xAA>
 {
   protected:
-    StorageHandler() { m_handler.SetResource(kResource); }
-
-    std::uint32_t Ask(std::uint32_t messageId, std::uint8_t replyId, const Bytes& reply)
+    std::uint32_t Run(std::uint32_t messageId, std::uint8_t replyId, const Bytes& reply)
     {
         m_record = kRecord;
-        m_phone.Reply(replyId, reply);
-        return m_handler.EncodeRequest(m_phone, messageId, &m_record);
+        return Ask(messageId, &m_record, replyId, reply);
     }
 
     /// Takes the areas from the record: their numbers and names.
@@ -55,7 +50,7 @@ class StorageHandler : public testing::Test
     }
     Areas ListAreas(const Bytes& reply)
     {
-        EXPECT_EQ(Ask(ZEL_STORAGE_LIST_AREAS, 0x24, reply), ZEL_OK);
+        EXPECT_EQ(Run(ZEL_STORAGE_LIST_AREAS, 0x24, reply), ZEL_OK);
         return TakeAreas();
     }
 
@@ -68,13 +63,10 @@ class StorageHandler : public testing::Test
     }
     Identifiers ListIdentifiers(const Bytes& reply)
     {
-        EXPECT_EQ(Ask(ZEL_STORAGE_LIST_IDENTIFIERS, 0x07, reply), ZEL_OK);
+        EXPECT_EQ(Run(ZEL_STORAGE_LIST_IDENTIFIERS, 0x07, reply), ZEL_OK);
         return TakeIdentifiers();
     }
 
-    const CLeakCheck m_leaks;
-    CStorageHandler m_handler;
-    FakeSender m_phone;
     AnyRecord m_record = kRecord;
 };
 
@@ -92,20 +84,17 @@ TEST_F(StorageHandler, SendsEachRequestAndReportsItsStatus)
     {
         SCOPED_TRACE(api);
         const auto reply = static_cast<std::uint8_t>(request + 1);
-        ExpectUnansweredKept(m_handler, m_phone, api, kRecord, ZEL_NOT_HANDLED);
-        ExpectOutcomes(m_handler, m_phone, api, kRecord, {{reply, {0x42, 1, 0, 3, 0, 8, 1, 0, 0, 0}, 0xAA42}});
+        ExpectUnanswered(api, kRecord, ZEL_NOT_HANDLED);
+        ExpectOutcomes(api, kRecord, {{reply, {0x42, 1, 0, 3, 0, 8, 1, 0, 0, 0}, 0xAA42}});
         if (api != ZEL_STORAGE_LIST_AREAS)
-            ExpectOutcomes(m_handler, m_phone, api, kRecord, {{reply, {0}, ZEL_OK}, {reply, {0, 0}, ZEL_OK}});
-        EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, request, body, {reply}));
+            ExpectOutcomes(api, kRecord, {{reply, {0}, ZEL_OK}, {reply, {0, 0}, ZEL_OK}});
+        EXPECT_TRUE(Sent(request, body, {reply}));
         if (api != ZEL_STORAGE_COMMAND)
             ExpectBadRecordsRefused(m_handler, api);
     }
     for (void* unused : {static_cast<void*>(nullptr), kUnreadable})
-    {
-        m_phone.Reply(0x01, {0});
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_STORAGE_COMMAND, unused), ZEL_OK);
-    }
-    ExpectNotHandled(m_handler, {0xAA00, 0xAA06, 0xAA08});
+        EXPECT_EQ(Ask(ZEL_STORAGE_COMMAND, unused, 0x01, {0}), ZEL_OK);
+    ExpectNotHandled({0xAA00, 0xAA06, 0xAA08});
 }
 
 TEST_F(StorageHandler, ListsTheAreasOfEachServiceVersion)
@@ -180,7 +169,7 @@ TEST_F(StorageHandler, ReadsTheIdentifiersOfAnArea)
     ASSERT_EQ(claimed.size(), 0xFFFFu);
     EXPECT_EQ(std::pair(claimed.front(), claimed.back()), std::pair(7u, 0u));
     ExpectOutcomes(
-        m_handler, m_phone, ZEL_STORAGE_LIST_IDENTIFIERS, kRecord,
+        ZEL_STORAGE_LIST_IDENTIFIERS, kRecord,
         {{0x07, {0, 2, 0, 1, 0, 12, 0, 1, 0, 0, 0, 0, 0, 7}, ZEL_OK}, {0x07, {0, 1, 0, 1, 0, 4, 0, 1, 0, 0}, ZEL_OK}});
 }
 
@@ -196,33 +185,28 @@ TEST_F(StorageHandler, DecodesEvents)
     };
     for (const auto& test : cases)
         FailEachAllocation([&] {
-            CMessage message = MessageOf(0x60, test.first);
-            std::uint32_t messageId = 0;
-            void* decoded = nullptr;
-            const std::uint32_t result = m_handler.DecodeMessage(message, messageId, decoded);
-            EXPECT_EQ(messageId, result == ZEL_OK ? 0xAA06u : 0u);
-            EXPECT_EQ(decoded == nullptr, result != ZEL_OK);
+            std::uint16_t* decoded = nullptr;
+            const std::uint32_t result = Decode(0x60, test.first, ZEL_STORAGE_EVENT, decoded);
             // The record outlives FreeDecodedData.
             EXPECT_EQ(m_handler.FreeDecodedData(0xAA06, decoded), ZEL_OK);
-            const CTaskMemOwner<std::uint16_t> values(static_cast<std::uint16_t*>(decoded));
+            const CTaskMemOwner<std::uint16_t> values(decoded);
             EXPECT_TRUE(values == nullptr || std::equal(test.second.begin(), test.second.end(), values.get()))
                 << Hex(test.first);
             return result;
         });
     EXPECT_EQ(m_handler.FreeDecodedData(0xAA05, &m_record), ZEL_NOT_HANDLED);
-    ExpectNotDecoded(m_handler, 0x60, ZEL_OK);
-    ExpectNotDecoded(m_handler, 0x61);
+    ExpectNotDecoded(0x60, ZEL_OK);
+    ExpectNotDecoded(0x61);
 }
 
 TEST_F(StorageHandler, AFailedAllocationLosesNothing)
 {
     for (const bool areas : {true, false})
         FailEachAllocation([&] {
-            const std::uint32_t result = areas ? Ask(ZEL_STORAGE_LIST_AREAS, 0x24, kAreaReply)
-                                               : Ask(ZEL_STORAGE_LIST_IDENTIFIERS, 0x07, kIdentifierReply);
+            const std::uint32_t result = areas ? Run(ZEL_STORAGE_LIST_AREAS, 0x24, kAreaReply)
+                                               : Run(ZEL_STORAGE_LIST_IDENTIFIERS, 0x07, kIdentifierReply);
             EXPECT_EQ(std::memcmp(&m_record, &kRecord, sizeof kRecord) != 0, result == ZEL_OK);
-            if (result == ZEL_OK)
-                EXPECT_EQ(areas ? TakeAreas().size() : TakeIdentifiers().size(), areas ? 3u : 2u);
+            EXPECT_TRUE(result != ZEL_OK || (areas ? TakeAreas().size() == 3 : TakeIdentifiers().size() == 2));
             return result;
         });
 }

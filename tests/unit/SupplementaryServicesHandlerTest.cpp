@@ -1,6 +1,6 @@
 #include "handlers/SupplementaryServicesHandler.h"
 
-#include "support/PhoneMessages.h"
+#include "support/HandlerFixture.h"
 #include "support/Text.h"
 
 #include <algorithm>
@@ -10,14 +10,11 @@
 namespace
 {
 
-constexpr std::uint8_t kResource = 0x06;
-
-class SupplementaryServicesHandler : public testing::Test
+class SupplementaryServicesHandler : public HandlerFixture<CSupplementaryServicesHandler, 0x06>
 {
   protected:
     SupplementaryServicesHandler()
     {
-        m_handler.SetResource(kResource);
         for (std::size_t i = 0; i < std::size(m_details); ++i)
         {
             m_request.entries[i].detail = &m_details[i];
@@ -25,13 +22,8 @@ class SupplementaryServicesHandler : public testing::Test
         }
     }
 
-    std::uint32_t Ask(std::uint32_t messageId, void* record, const Bytes& reply)
-    {
-        m_phone.Reply(1, reply);
-        return m_handler.EncodeRequest(m_phone, messageId, record);
-    }
-    std::uint32_t Query(const Bytes& reply) { return Ask(ZEL_SUPPLEMENTARY_QUERY, &m_request, reply); }
-    std::uint32_t List(const Bytes& reply) { return Ask(ZEL_SUPPLEMENTARY_REQUEST, &m_list, reply); }
+    std::uint32_t Query(const Bytes& reply) { return Ask(ZEL_SUPPLEMENTARY_QUERY, &m_request, 1, reply); }
+    std::uint32_t List(const Bytes& reply) { return Ask(ZEL_SUPPLEMENTARY_REQUEST, &m_list, 1, reply); }
 
     /// Frees what a query or a list has brought.
     void Free()
@@ -52,8 +44,6 @@ class SupplementaryServicesHandler : public testing::Test
         detail.data = nullptr;
     }
 
-    CSupplementaryServicesHandler m_handler;
-    FakeSender m_phone;
     SupplementaryDetail m_details[4];
     SupplementaryRequest m_request = {0x11, 4, 0x21, 0xA1A2, {}};
     SupplementaryListRequest m_list = {0x11, 4, 0x21, 0xA1A2, 0, {nullptr}};
@@ -98,10 +88,10 @@ TEST_F(SupplementaryServicesHandler, SendsEveryRequest)
     for (const auto& [api, operation, text, body] : cases)
     {
         const auto check = [&, id = api, &sent = body](auto record) {
-            ExpectOutcomes(m_handler, m_phone, id, record, refusals);
-            ExpectUnansweredKept(m_handler, m_phone, id, record);
-            EXPECT_EQ(Ask(id, &record, {}), ZEL_OK);
-            EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0, sent, {1}));
+            ExpectOutcomes(id, record, refusals);
+            ExpectUnanswered(id, record);
+            EXPECT_EQ(Ask(id, &record, 1, {}), ZEL_OK);
+            EXPECT_TRUE(Sent(0, sent, {1}));
         };
         m_request.operation = operation;
         if (api == ZEL_SUPPLEMENTARY_REQUEST)
@@ -113,7 +103,6 @@ TEST_F(SupplementaryServicesHandler, SendsEveryRequest)
 
 TEST_F(SupplementaryServicesHandler, FillsAndAllocatesEntries)
 {
-    const CLeakCheck leaks;
     m_request.entries[3].detail = static_cast<SupplementaryDetail*>(kUnreadable);
     m_request.entries[4].type = 0xEE;
     EXPECT_EQ(Query(kReply), ZEL_OK);
@@ -145,7 +134,6 @@ TEST_F(SupplementaryServicesHandler, FillsAndAllocatesEntries)
 
 TEST_F(SupplementaryServicesHandler, ReadsOnlyWhatTheReplyHolds)
 {
-    const CLeakCheck leaks;
     for (const Bytes& part : Truncations(kReply))
     {
         EXPECT_EQ(List(part), ZEL_OK);
@@ -178,20 +166,19 @@ TEST_F(SupplementaryServicesHandler, RefusesBadRecords)
 {
     for (std::uint32_t api = 0x601; api <= 0x604; ++api)
         ExpectBadRecordsRefused(m_handler, api);
-    ExpectNotHandled(m_handler, {0x600, 0x605});
+    ExpectNotHandled({0x600, 0x605});
 
     m_list.operation = 3;
     for (void* text : {static_cast<void*>(nullptr), kUnreadable})
     {
         m_list.list.text = static_cast<const SupplementaryText*>(text);
-        ExpectRecordUntouched(m_handler, m_phone, 0x603, m_list, ZEL_E_FAIL);
+        ExpectRefused(0x603, m_list, ZEL_E_FAIL);
     }
     // 123 units fill the sub-block to the last byte that its length can name.
     const CBStrOwner longText = MakeText(std::u16string(200, u'x'));
     SupplementaryText text = {0, 124, longText.get()};
     m_list.list.text = &text;
-    ExpectRecordUntouched(m_handler, m_phone, 0x603, m_list, ZEL_E_ARGUMENT);
-    EXPECT_TRUE(m_phone.Requests().empty());
+    ExpectRefused(0x603, m_list, ZEL_E_ARGUMENT);
     text.length = 123;
     EXPECT_EQ(List({}), ZEL_OK);
     EXPECT_EQ(m_phone.Last().body[7], 252);
@@ -200,7 +187,8 @@ TEST_F(SupplementaryServicesHandler, RefusesBadRecords)
 
 TEST_F(SupplementaryServicesHandler, DecodesIndications)
 {
-    const std::tuple<Bytes, std::uint32_t, std::vector<unsigned>> cases[] = {
+    using Fields = std::tuple<std::uint32_t, unsigned, unsigned, unsigned>;
+    const std::tuple<Bytes, std::uint32_t, Fields> cases[] = {
         {{0x71, 9, 0x81, 0x82, 0, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 0}},
         {{0x71, 9, 0x81, 0x82, 1, 7, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 7}},
         {{0x71, 9, 0x81, 0x82, 2, 4, 8, 9, 0, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 4}},
@@ -212,29 +200,23 @@ TEST_F(SupplementaryServicesHandler, DecodesIndications)
     for (const auto& [body, result, fields] : cases)
     {
         const auto decode = [&, &sent = body, &expected = fields] {
-            CMessage received = MessageOf(16, sent);
-            std::uint32_t api = 0;
-            void* decoded = nullptr;
-            const std::uint32_t code = m_handler.DecodeMessage(received, api, decoded);
-            EXPECT_EQ(api, decoded == nullptr ? 0u : 0x605u);
-            EXPECT_EQ(decoded == nullptr, code != ZEL_OK);
+            SupplementaryIndication* decoded = nullptr;
+            const std::uint32_t code = Decode(16, sent, ZEL_SUPPLEMENTARY_INDICATION, decoded);
             // The record outlives FreeDecodedData.
-            EXPECT_EQ(m_handler.FreeDecodedData(0x605, decoded), ZEL_E_FAIL);
-            const CTaskMemOwner<SupplementaryIndication> record(static_cast<SupplementaryIndication*>(decoded));
+            EXPECT_EQ(m_handler.FreeDecodedData(ZEL_SUPPLEMENTARY_INDICATION, decoded), ZEL_E_FAIL);
+            const CTaskMemOwner<SupplementaryIndication> record(decoded);
             if (record != nullptr)
             {
-                EXPECT_EQ((std::vector<unsigned>{record->leading, record->first, record->second, record->block_id}),
-                          expected);
+                EXPECT_EQ(Fields(record->leading, record->first, record->second, record->block_id), expected);
                 EXPECT_EQ(record->detail, nullptr);
             }
             return code;
         };
-        const CLeakCheck leaks;
         EXPECT_EQ(decode(), result) << Hex(body);
         FailEachAllocation(decode);
     }
-    ExpectNotDecoded(m_handler, 9, ZEL_OK);
-    ExpectNotDecoded(m_handler, 17);
+    ExpectNotDecoded(9, ZEL_OK);
+    ExpectNotDecoded(17);
 }
 
 }  // namespace

@@ -1,14 +1,12 @@
 #include "handlers/TimeHandler.h"
 
-#include "support/PhoneMessages.h"
+#include "support/HandlerFixture.h"
 
 #include <algorithm>
 #include <tuple>
 
 namespace
 {
-
-constexpr std::uint8_t kResource = 0x19;
 
 /// A record's bytes: 0xEE but for the ones given, from an offset on.
 Bytes RecordWith(std::size_t offset, const Bytes& bytes)
@@ -18,12 +16,11 @@ Bytes RecordWith(std::size_t offset, const Bytes& bytes)
     return record;
 }
 
-class TimeHandler : public testing::Test
+class TimeHandler : public HandlerFixture<CTimeHandler, 0x19>
 {
   protected:
     TimeHandler()
     {
-        m_handler.SetResource(kResource);
         m_phone.SetVersion(kResource, 16, 0);
         std::memset(&m_untouched, 0xEE, sizeof m_untouched);
     }
@@ -32,13 +29,10 @@ class TimeHandler : public testing::Test
     Bytes Run(std::uint32_t messageId, std::uint8_t replyId, const Bytes& reply)
     {
         TimeRecord record = m_untouched;
-        m_phone.Reply(replyId, reply);
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, messageId, &record), ZEL_OK);
+        EXPECT_EQ(Ask(messageId, &record, replyId, reply), ZEL_OK);
         return {record.bytes, record.bytes + sizeof record.bytes};
     }
 
-    CTimeHandler m_handler;
-    FakeSender m_phone;
     TimeRecord m_untouched;
 };
 
@@ -71,7 +65,7 @@ TEST_F(TimeHandler, ReadsTheClock)
     Bytes expected = RecordWith(12, {0x05, 0x03, 0xD6, 0x07, 0x02, 0x1C, 0x17, 0x3A, 0x3B});
     expected[4] = 0x42;
     EXPECT_TRUE(SameBytes(expected, Run(ZEL_TIME_READ, 0x0B, kClockReply)));
-    EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0x0A, {0x00, 0x00}));
+    EXPECT_TRUE(Sent(0x0A, {0x00, 0x00}));
     // An invalid time is zeroed, an unreadable sub-block ends the clock.
     const Bytes invalid = {0x01, 0x01, 0x01, 0x0C, 0x05, 0x02, 0x07, 0xD6, 0x02, 0x1C, 0x17, 0x3A, 0x3B, 0x00};
     EXPECT_TRUE(SameBytes(RecordWith(12, {0x05, 0x02, 0, 0, 0, 0, 0, 0, 0}), Run(ZEL_TIME_READ, 0x0B, invalid)));
@@ -84,7 +78,7 @@ TEST_F(TimeHandler, SetsTheClock)
     TimeRecord record = m_untouched;
     record.set = {0, 0, 0, 1, 3, 2006, 12, 31, 1, 2, 3, {}};
     // Without its sub-block in the answer the record stays as it was.
-    ExpectOutcomes(m_handler, m_phone, ZEL_TIME_SET, record,
+    ExpectOutcomes(ZEL_TIME_SET, record,
                    {{0x02, {0x01, 0x00}, ZEL_OK},
                     {0x02, {0x01, 0x01, 0x02, 0x04, 0xAA, 0xBB}, ZEL_OK},
                     {0x02, {0x01, 0x01, 0x01, 0x02}, ZEL_OK}});
@@ -94,7 +88,7 @@ TEST_F(TimeHandler, SetsTheClock)
         0x01, 0x03, 0x07, 0xD6,              // C0, C1, 2006
         0x0C, 0x1F, 0x01, 0x02, 0x03, 0x00,  // 31 December, 1:02:03; filler
     };
-    EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0x01, expected));
+    EXPECT_TRUE(Sent(0x01, expected));
     EXPECT_TRUE(SameBytes(RecordWith(8, {0x11, 0x12, 0x14, 0x13, 0x15, 0x16, 0x17, 0x18, 0x19}),
                           Run(ZEL_TIME_SET, 0x02, kSetReply)));
 }
@@ -103,7 +97,7 @@ TEST_F(TimeHandler, ReadsTheSettings)
 {
     EXPECT_TRUE(SameBytes(RecordWith(4, {0x02, 0x01, 0x04, 0x03, 0x06, 0x05, 0x08, 0x07}),
                           Run(ZEL_TIME_READ_SETTINGS, 0x20, kSettingsReply)));
-    EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0x1F, {0x01, 0x00}));
+    EXPECT_TRUE(Sent(0x1F, {0x01, 0x00}));
 
     FakeSender phone;
     ExpectRecordUntouched(m_handler, phone, ZEL_TIME_READ_SETTINGS, m_untouched, ZEL_E_FAIL);
@@ -148,16 +142,16 @@ TEST_F(TimeHandler, WhatIsNotAnsweredKeepsTheRecord)
     {
         SCOPED_TRACE(messageId);
         ExpectBadRecordsRefused(m_handler, messageId);
-        ExpectUnansweredKept(m_handler, m_phone, messageId, m_untouched);
+        ExpectUnanswered(messageId, m_untouched);
         for (const std::uint8_t status : Bytes{0x00, 0x02, 0xFF})
         {
             Bytes refusal = kClockReply;
             refusal[0] = status;
-            ExpectOutcomes(m_handler, m_phone, messageId, m_untouched, {{replyId, refusal, ZEL_OK}});
+            ExpectOutcomes(messageId, m_untouched, {{replyId, refusal, ZEL_OK}});
         }
     }
-    ExpectNotHandled(m_handler, {0x1900, 0x1904});
-    ExpectNoIndications(m_handler, ZEL_TIME_READ);
+    ExpectNotHandled({0x1900, 0x1904});
+    ExpectNoIndications(ZEL_TIME_READ);
 }
 
 }  // namespace

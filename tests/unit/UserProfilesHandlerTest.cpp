@@ -1,6 +1,6 @@
 #include "handlers/UserProfilesHandler.h"
 
-#include "support/PhoneMessages.h"
+#include "support/HandlerFixture.h"
 #include "support/Text.h"
 
 #include <iterator>
@@ -10,28 +10,20 @@
 namespace
 {
 
-constexpr std::uint8_t kResource = 0x39;
 constexpr std::uint8_t kSettingIds[] = {12, 5, 6, 7};
 
 /// A setting's leading word, profile bytes, status, type, id, number and text.
 using Setting = std::tuple<std::uint32_t, int, int, std::uint32_t, int, int, std::uint32_t, std::u16string>;
 
-class UserProfilesHandler : public testing::Test
+class UserProfilesHandler : public HandlerFixture<CUserProfilesHandler, 0x39>
 {
   protected:
-    UserProfilesHandler() { m_handler.SetResource(kResource); }
-
-    std::uint32_t Run(std::uint32_t messageId, std::uint8_t replyId, const Bytes& reply)
-    {
-        m_phone.Reply(replyId, reply);
-        return m_handler.EncodeRequest(m_phone, messageId, &m_record);
-    }
-    std::uint32_t Write(const Bytes& reply) { return Run(ZEL_PROFILES_WRITE_SETTINGS, 0x04, reply); }
+    std::uint32_t Write(const Bytes& reply) { return Ask(ZEL_PROFILES_WRITE_SETTINGS, &m_record, 0x04, reply); }
 
     /// Takes the settings that have come.
     std::uint32_t Read(const Bytes& reply)
     {
-        const std::uint32_t result = Run(ZEL_PROFILES_READ_SETTINGS, 0x02, reply);
+        const std::uint32_t result = Ask(ZEL_PROFILES_READ_SETTINGS, &m_record, 0x02, reply);
         EXPECT_EQ(m_record.settings == nullptr, m_record.count == 0);
         m_read.clear();
         const CTaskMemOwner<ProfileSetting> settings(std::exchange(m_record.settings, nullptr));
@@ -47,9 +39,6 @@ class UserProfilesHandler : public testing::Test
         return result;
     }
 
-    const CLeakCheck m_leaks;
-    CUserProfilesHandler m_handler;
-    FakeSender m_phone;
     ProfileRecord m_record = {0x11, 0xA0, 0xA1, 4, 0xA3, {kSettingIds}, 0, nullptr};
     std::vector<Setting> m_read;
 };
@@ -68,8 +57,7 @@ const Bytes kSettingsReply = {
 TEST_F(UserProfilesHandler, ReadsSettingsOfEveryType)
 {
     EXPECT_EQ(Read(kSettingsReply), ZEL_OK);
-    EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0x01,
-                            {0xA0, 4, 1, 4, 0xA1, 12, 1, 4, 0xA1, 5, 1, 4, 0xA1, 6, 1, 4, 0xA1, 7}));
+    EXPECT_TRUE(Sent(0x01, {0xA0, 4, 1, 4, 0xA1, 12, 1, 4, 0xA1, 5, 1, 4, 0xA1, 6, 1, 4, 0xA1, 7}));
     const std::vector<Setting> expected = {
         {0, 3, 4, 1, 2, 12, 0, u"Hi"},   {0, 3, 4, 1, 8, 5, 0x09080706, u""}, {},
         {0, 3, 4, 1, 2, 6, 0x0908, u""}, {0, 3, 4, 1, 1, 7, 9, u""},          {0, 0, 0, 2, 0, 12, 0, u""},
@@ -116,7 +104,7 @@ TEST_F(UserProfilesHandler, WritesSettingsAndReadsTheAnswersInOrder)
         3, 12, 12, 3, 4, 0, 0, 2, 0,    0,    0,    0,                 // no text
         3, 12, 12, 3, 4, 0, 0, 2, 0,    0,    0,    0,                 // an unreadable one
     };
-    EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0x03, expected));
+    EXPECT_TRUE(Sent(0x03, expected));
     const std::tuple<unsigned, unsigned, std::uint32_t, unsigned> answers[] = {
         {30, 31, 32, 4}, {33, 34, 0x81, 1}, {6, 3, 9, 2}};
     for (std::size_t i = 0; i < std::size(answers); ++i)
@@ -152,18 +140,17 @@ TEST_F(UserProfilesHandler, ByteRequestsReportTheirStatus)
     for (const auto& [api, request, body] : cases)
     {
         const auto reply = static_cast<std::uint8_t>(request + 1);
-        ExpectOutcomes(m_handler, m_phone, api, m_record,
+        ExpectOutcomes(api, m_record,
                        {{reply, {0, 1, 2, 3, 4, 5}, ZEL_OK},
                         {reply, {2, 1, 2, 3, 4, 5}, 0x3902},
                         {reply, {0x80, 1, 2, 3, 4, 5}, 0x3980},
                         {reply, {0xFF, 1, 2, 3, 4, 5}, 0x39FF}});
-        EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, request, body));
-        m_phone.Reply(reply, {1, 0xB0, 0xB1, 0xB2});
+        EXPECT_TRUE(Sent(request, body));
         ProfileRecord record = m_record;
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, api, &record), ZEL_OK);
+        EXPECT_EQ(Ask(api, &record, reply, {1, 0xB0, 0xB1, 0xB2}), ZEL_OK);
         EXPECT_EQ((Bytes{record.p0, record.p1, record.p2, record.p3}),
                   api == 0x3904 ? (Bytes{0xB0, 0xB1, 0xB2, 0}) : (Bytes{0xA0, 0xA1, 0xA2, 0xA3}));
-        ExpectUnansweredKept(m_handler, m_phone, api, m_record);
+        ExpectUnanswered(api, m_record);
     }
 }
 
@@ -176,22 +163,18 @@ TEST_F(UserProfilesHandler, BadRecordsAndOtherMessages)
     {
         ProfileSetting setting = {};
         m_record.in.settings = &setting;
-        ExpectUnansweredKept(m_handler, m_phone, api, m_record);
+        ExpectUnanswered(api, m_record);
         m_record.in.setting_ids = static_cast<const std::uint8_t*>(kUnreadable);
-        ExpectRecordUntouched(m_handler, m_phone, api, m_record, ZEL_E_FAIL);
+        ExpectRefused(api, m_record, ZEL_E_FAIL);
     }
-    EXPECT_TRUE(m_phone.Requests().empty());
     for (void* record : {static_cast<void*>(nullptr), kUnreadable})
     {
-        m_phone.Reply(0x0A, {1});
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, 0x3903, record), ZEL_OK);
-        m_phone.Reply(0x06, {3});
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, 0x3904, record), 0x3903u);
-        m_phone.Reply(0x06, {1, 1, 2, 3, 4});
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, 0x3904, record), ZEL_E_FAIL);
+        EXPECT_EQ(Ask(0x3903, record, 0x0A, {1}), ZEL_OK);
+        EXPECT_EQ(Ask(0x3904, record, 0x06, {3}), 0x3903u);
+        EXPECT_EQ(Ask(0x3904, record, 0x06, {1, 1, 2, 3, 4}), ZEL_E_FAIL);
     }
-    ExpectNotHandled(m_handler, {0x3900, 0x3906});
-    ExpectNoIndications(m_handler, ZEL_PROFILES_READ_SETTINGS);
+    ExpectNotHandled({0x3900, 0x3906});
+    ExpectNoIndications(ZEL_PROFILES_READ_SETTINGS);
 }
 
 }  // namespace

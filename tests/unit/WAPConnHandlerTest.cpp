@@ -1,6 +1,6 @@
 #include "handlers/WAPConnHandler.h"
 
-#include "support/PhoneMessages.h"
+#include "support/HandlerFixture.h"
 #include "support/Text.h"
 
 #include <tuple>
@@ -8,19 +8,12 @@
 namespace
 {
 
-constexpr std::uint8_t kResource = 0x3F;
-
-class WAPConnHandler : public testing::Test
+class WAPConnHandler : public HandlerFixture<CWAPConnHandler, 0x3F>
 {
   protected:
-    WAPConnHandler() { m_handler.SetResource(kResource); }
-
-    const CLeakCheck m_leaks;
     const CBStrOwner m_text = MakeText(u"A");
     WapConnection m_connection = {0x0102, 3, 4, m_text.get(), m_text.get()};
     const WapRequest m_record = {1, 0x1234, 5, &m_connection};
-    CWAPConnHandler m_handler;
-    FakeSender m_phone;
 };
 
 TEST_F(WAPConnHandler, SendsEachRequestAndReportsRefusalAndFailure)
@@ -41,16 +34,16 @@ TEST_F(WAPConnHandler, SendsEachRequestAndReportsRefusalAndFailure)
         const auto refusal = static_cast<std::uint8_t>(id + 2);
         // Reply 2 has a byte before its status.
         const Bytes lead(messageId == ZEL_WAP_READ_BYTE ? 1 : 0, m_record.result);
-        ExpectOutcomes(m_handler, m_phone, messageId, m_record,
+        ExpectOutcomes(messageId, m_record,
                        {{refusal, Join({lead, {0x00}}), ZEL_OK},
                         {refusal, Join({lead, {0x21}}), 0x3F21},
                         {refusal, Join({lead, {0xFF}}), 0x3FFF},
                         {refusal, lead, ZEL_OK},
                         {0x7F, Bytes(64, 1), ZEL_OK}});
-        EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, id, body, {reply, refusal}));
+        EXPECT_TRUE(Sent(id, body, {reply, refusal}));
         // Of the replies to the commands nothing is used.
         if (messageId == ZEL_WAP_COMMAND || messageId == ZEL_WAP_CONNECTION_COMMAND)
-            ExpectOutcomes(m_handler, m_phone, messageId, m_record, {{reply, Bytes(64, 1), ZEL_OK}});
+            ExpectOutcomes(messageId, m_record, {{reply, Bytes(64, 1), ZEL_OK}});
         m_phone.Fail(kSendFailure);
         ExpectRecordUntouched(m_handler, m_phone, messageId, m_record, sendFailure);
         EXPECT_EQ(m_connection.identifier, 0x0102);
@@ -66,25 +59,21 @@ TEST_F(WAPConnHandler, ReadsTheByteAlsoWhenRefused)
     for (const auto& [reply, body, result, value] : cases)
     {
         WapRequest record = m_record;
-        m_phone.Reply(reply, body);
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_WAP_READ_BYTE, &record), result);
+        EXPECT_EQ(Ask(ZEL_WAP_READ_BYTE, &record, reply, body), result);
         EXPECT_EQ(std::tuple(record.result, record.key), std::tuple(value, 0x1234));
     }
 }
 
 TEST_F(WAPConnHandler, RefusesBadPointers)
 {
-    ExpectNotHandled(m_handler, {0x3F00, 0x3F06});
-    ExpectNoIndications(m_handler, ZEL_WAP_READ_BYTE);
+    ExpectNotHandled({0x3F00, 0x3F06});
+    ExpectNoIndications(ZEL_WAP_READ_BYTE);
     for (const std::uint32_t messageId : {0x3F01u, 0x3F03u, 0x3F04u, 0x3F05u})
         ExpectBadRecordsRefused(m_handler, messageId);
     for (const std::uint32_t messageId : {ZEL_WAP_READ_CONNECTION, ZEL_WAP_WRITE_CONNECTION})
         for (void* connection : {static_cast<void*>(nullptr), kUnreadable})
-            ExpectRecordUntouched(m_handler, m_phone, messageId,
-                                  WapRequest{1, 2, 3, static_cast<WapConnection*>(connection)}, ZEL_E_ARGUMENT);
-    EXPECT_TRUE(m_phone.Requests().empty());
-    m_phone.Reply(4, {});
-    EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_WAP_COMMAND, nullptr), ZEL_OK);
+            ExpectRefused(messageId, WapRequest{1, 2, 3, static_cast<WapConnection*>(connection)}, ZEL_E_ARGUMENT);
+    EXPECT_EQ(Ask(ZEL_WAP_COMMAND, nullptr, 4, {}), ZEL_OK);
 }
 
 const Bytes kConnectionReply = {
@@ -113,9 +102,7 @@ TEST_F(WAPConnHandler, ReadsAConnectionAlsoATruncatedOne)
             return text;
         };
         WapConnection connection = {};
-        m_phone.Reply(7, reply);
-        ExpectRecordUntouched(m_handler, m_phone, ZEL_WAP_READ_CONNECTION, WapRequest{1, 0x1234, 5, &connection},
-                              ZEL_OK);
+        ExpectOutcomes(ZEL_WAP_READ_CONNECTION, WapRequest{1, 0x1234, 5, &connection}, {{7, reply, ZEL_OK}});
         EXPECT_EQ(connection.identifier, byte(0) << 8 | byte(1));
         EXPECT_EQ(connection.flag, byte(2) == 0 ? 0 : 1);
         ASSERT_NE(connection.second_text, nullptr);
@@ -124,11 +111,9 @@ TEST_F(WAPConnHandler, ReadsAConnectionAlsoATruncatedOne)
         EXPECT_EQ(connection.value, byte(12));
     }
     FailEachAllocation([&] {
-        FakeSender phone;
-        phone.Reply(7, kConnectionReply);
         WapConnection connection = {};
         WapRequest record = {1, 0x1234, 5, &connection};
-        const std::uint32_t result = m_handler.EncodeRequest(phone, ZEL_WAP_READ_CONNECTION, &record);
+        const std::uint32_t result = Ask(ZEL_WAP_READ_CONNECTION, &record, 7, kConnectionReply);
         SysFreeString(connection.first_text);
         SysFreeString(connection.second_text);
         return result;
@@ -161,17 +146,16 @@ TEST_F(WAPConnHandler, WritesAConnection)
         const CBStrOwner texts[] = {MakeText(first), MakeText(second)};
         WapConnection connection = {identifier, 9, flag, texts[0].get(), texts[1].get()};
         WapRequest record = {1, 0x1234, 5, &connection};
-        m_phone.Reply(10, {0x12, 0x35, 0x56, 0x78});
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_WAP_WRITE_CONNECTION, &record), ZEL_OK);
+        EXPECT_EQ(Ask(ZEL_WAP_WRITE_CONNECTION, &record, 10, {0x12, 0x35, 0x56, 0x78}), ZEL_OK);
         const Bytes body = Join({head, WireText(first.substr(0, firstSent)), middle,
                                  WireText(second.substr(0, secondSent)), Bytes(1 + zeros)});
-        EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 9, body, {10, 11}));
+        EXPECT_TRUE(Sent(9, body, {10, 11}));
         EXPECT_EQ(std::tuple(record.key, record.result, connection.identifier), std::tuple(0x1235, 5, 0x5678));
         EXPECT_EQ(connection.first_text, texts[0].get());
     }
     // A text that is not there is an empty one.
     m_connection = {1, 0, 0, nullptr, static_cast<BSTR>(kUnreadable)};
-    ExpectOutcomes(m_handler, m_phone, ZEL_WAP_WRITE_CONNECTION, m_record, {{11, {0}, ZEL_OK}});
+    ExpectOutcomes(ZEL_WAP_WRITE_CONNECTION, m_record, {{11, {0}, ZEL_OK}});
     EXPECT_TRUE(SameBytes({0, 1, 0, 0, 0, 0, 0, 0, 0, 0}, m_phone.Last().body));
 }
 

@@ -24,6 +24,7 @@ class CFuzzCase : public CDataSender
     CFuzzCase(const std::uint8_t* data, std::size_t size);
 
     std::uint8_t Resource() const { return m_resource; }
+    std::uint8_t Operation() const { return m_operation; }
     bool IsIndication() const { return m_operation == 0; }
     std::uint32_t MessageId() const { return static_cast<std::uint32_t>(m_resource << 8 | m_operation); }
 

@@ -37,3 +37,10 @@ inline void TakeText(BSTR text)
     TouchText(text);
     SysFreeString(text);
 }
+
+/// Reads and frees a block that the library gave.
+inline void TakeBlock(void* block, std::size_t size)
+{
+    Touch(block, size);
+    CoTaskMemFree(block);
+}

@@ -103,11 +103,12 @@ class FakeSender : public CDataSender
     std::pair<std::uint16_t, std::uint16_t> m_timeParameters;
 };
 
-/// Compares a request with what it must have been, the 60 seconds included.
+/// Compares a request with what it must have been.
 inline testing::AssertionResult SameRequest(const FakeSender::Sent& sent, std::uint8_t resource, std::uint8_t id,
-                                            const Bytes& body, const Bytes& expectedReplies = {})
+                                            const Bytes& body, const Bytes& expectedReplies = {},
+                                            std::uint32_t timeoutMs = 60000)
 {
-    if (sent.resource != resource || sent.id != id || sent.timeoutMs != 60000)
+    if (sent.resource != resource || sent.id != id || sent.timeoutMs != timeoutMs)
         return testing::AssertionFailure() << "resource " << unsigned{sent.resource} << ", id " << unsigned{sent.id}
                                            << ", time-out " << sent.timeoutMs;
     if (const auto replies = SameBytes(expectedReplies, sent.expectedReplies); !replies)

@@ -1,13 +1,11 @@
 #include "handlers/ProvisioningHandler.h"
 
-#include "support/HandlerChecks.h"
+#include "support/HandlerFixture.h"
 #include "support/ReceivedRecords.h"
 #include "support/Text.h"
 
 namespace
 {
-
-constexpr std::uint8_t kResource = 0x22;
 
 struct Message
 {
@@ -57,92 +55,81 @@ const std::vector<Message> kWriteRequests = {
 const std::vector<Message> kWriteReplies = {{85, {1}}, {87, {1}},    {83, {1}}, {87, {1}},
                                             {87, {1}}, {83, {1, 8}}, {87, {1}}, {87, {1}}};
 
-FakeSender PhoneWith(const std::vector<Message>& replies)
-{
-    FakeSender phone;
-    phone.SetVersion(kResource, 1, 0);
-    for (const Message& reply : replies)
-        phone.Reply(reply.id, reply.body);
-    return phone;
-}
-
-class ProvisioningHandler : public testing::Test
+class ProvisioningHandler : public HandlerFixture<CProvisioningHandler, 0x22>
 {
   protected:
-    ProvisioningHandler()
+    /// A phone that has the service.
+    static FakeSender PhoneWith(const std::vector<Message>& replies)
     {
-        m_handler.SetResource(kResource);
-        m_sets[0].number = 5;
-        m_sets[1].number = 7;
-        m_sets[1].access = &m_access;
-        m_sets[1].name = &m_nameRecord;
+        FakeSender phone;
+        phone.SetVersion(kResource, 1, 0);
+        for (const Message& reply : replies)
+            phone.Reply(reply.id, reply.body);
+        return phone;
     }
 
-    void ExpectRequests(const FakeSender& phone, const std::vector<Message>& expected)
+    std::uint32_t Run(std::uint32_t messageId, ProvisioningList& list, const std::vector<Message>& replies)
     {
-        ASSERT_EQ(phone.Requests().size(), expected.size());
-        for (std::size_t i = 0; i < expected.size(); ++i)
-            EXPECT_TRUE(SameRequest(phone.Requests()[i], kResource, expected[i].id, expected[i].body,
-                                    {2, static_cast<std::uint8_t>(expected[i].id + 1)}))
-                << i;
+        m_phone = PhoneWith(replies);
+        return m_handler.EncodeRequest(m_phone, messageId, &list);
     }
-
-    std::uint32_t Read(const std::vector<Message>& replies)
-    {
-        FakeSender phone = PhoneWith(replies);
-        return m_handler.EncodeRequest(phone, ZEL_PROVISIONING_READ_ALL, &m_list);
-    }
+    std::uint32_t Read(const std::vector<Message>& replies) { return Run(ZEL_PROVISIONING_READ_ALL, m_list, replies); }
 
     /// Result of a write, and how many requests it sent.
     std::pair<std::uint32_t, std::size_t> Write(const std::vector<Message>& replies)
     {
-        FakeSender phone = PhoneWith(replies);
-        const std::uint32_t result = m_handler.EncodeRequest(phone, ZEL_PROVISIONING_WRITE_ALL, &m_toWrite);
-        return {result, phone.Requests().size()};
+        const std::uint32_t result = Run(ZEL_PROVISIONING_WRITE_ALL, m_toWrite, replies);
+        return {result, m_phone.Requests().size()};
     }
 
-    const CLeakCheck m_leaks;
+    void ExpectRequests(const std::vector<Message>& expected)
+    {
+        ASSERT_EQ(m_phone.Requests().size(), expected.size());
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            EXPECT_TRUE(SameRequest(m_phone.Requests()[i], kResource, expected[i].id, expected[i].body,
+                                    {2, static_cast<std::uint8_t>(expected[i].id + 1)}))
+                << i;
+    }
+
     const CBStrOwner m_name = MakeText({u"N\u00E9\0x", 4});
     std::uint8_t m_blockA[2] = {0xAA, 0xBB};
     std::uint8_t m_blockC[1] = {0xCC};
     ProvisioningAccess m_access = {0, 0x0102, 0x0304, 2, 9, m_blockA, 1, m_blockC};
     ProvisioningName m_nameRecord = {0, 0x44, 99, m_name.get()};
-    ProvisioningSet m_sets[2] = {};
+    ProvisioningSet m_sets[2] = {{{}, 5, nullptr, nullptr, 0, 0, nullptr},
+                                 {{}, 7, &m_access, &m_nameRecord, 0, 0, nullptr}};
     ProvisioningList m_toWrite = {0, 2, m_sets, 0, 0, 0};
     ProvisioningList m_list = {};
-    CProvisioningHandler m_handler;
 };
 
 TEST_F(ProvisioningHandler, ReadsSetsWithTheirContents)
 {
-    FakeSender phone = PhoneWith(kReadReplies);
     m_list.leading = 0x12345678;
-    EXPECT_EQ(m_handler.EncodeRequest(phone, ZEL_PROVISIONING_READ_ALL, &m_list), ZEL_OK);
-    ExpectRequests(phone, kReadRequests);
+    EXPECT_EQ(Read(kReadReplies), ZEL_OK);
+    ExpectRequests(kReadRequests);
     EXPECT_EQ(m_list.leading, 0x12345678u);
-    EXPECT_EQ((Bytes{m_list.value_16, m_list.value_17, m_list.value_18}), (Bytes{0x21, 0x22, 0x23}));
-    ASSERT_EQ(m_list.count, 3);
+    ASSERT_EQ((Bytes{m_list.count, m_list.value_16, m_list.value_17, m_list.value_18}), (Bytes{3, 0x21, 0x22, 0x23}));
 
     const ProvisioningSet& plain = m_list.sets[0];
-    EXPECT_EQ(plain.number, 5);
-    EXPECT_EQ(plain.access, nullptr);
-    EXPECT_EQ(plain.name, nullptr);
-    ASSERT_EQ(plain.content_size, 2u);
-    EXPECT_EQ(Bytes(plain.content, plain.content + 2), (Bytes{0xDE, 0xAD}));
+    EXPECT_EQ(std::tuple(plain.number, plain.access == nullptr, plain.name == nullptr), std::tuple(5, true, true));
+    EXPECT_TRUE(SameBytes({0xDE, 0xAD}, Bytes(plain.content, plain.content + plain.content_size)));
 
     const ProvisioningSet& set = m_list.sets[1];
     const ProvisioningAccess& access = *set.access;
     EXPECT_EQ((std::vector<unsigned>{set.number, access.value_4, access.value_6, access.length_a, access.length_b,
                                      access.length_c, set.name->value_4, set.name->name_length}),
               (std::vector<unsigned>{7, 0x0102, 0x0304, 2, 9, 1, 0x44, 3}));
-    EXPECT_EQ(Bytes(access.block_a, access.block_a + 2), (Bytes{0xAA, 0xBB}));
+    EXPECT_TRUE(SameBytes({0xAA, 0xBB}, Bytes(access.block_a, access.block_a + 2)));
     EXPECT_EQ(*access.block_c, 0xCC);
     EXPECT_EQ(std::u16string(UnitsOf(set.name->name).c_str()), u"N\u00E9");
     EXPECT_EQ(set.content, nullptr);
-
-    EXPECT_EQ(m_list.sets[2].number, 0);
-    EXPECT_EQ(m_list.sets[2].content_size, 0u);
+    EXPECT_EQ(std::tuple(m_list.sets[2].number, m_list.sets[2].content_size), std::tuple(0, 0u));
     FreeReceived(m_list);
+    FailEachAllocation([&] {
+        const std::uint32_t result = Read(kReadReplies);
+        FreeReceived(m_list);
+        return result;
+    });
 }
 
 TEST_F(ProvisioningHandler, OnlyAnEmptyFirstReplyEndsARead)
@@ -169,48 +156,40 @@ TEST_F(ProvisioningHandler, OnlyAnEmptyFirstReplyEndsARead)
 
 TEST_F(ProvisioningHandler, AFailureAnywhereIsTheResult)
 {
-    const std::pair<Message, std::uint32_t> failures[] = {{{81, {5}}, 0x2205}, {{81, {0xFF}}, 0x22FF}, {{2, {1}}, 2}};
-    const ProvisioningList before = {1, 2, m_sets, 3, 4, 5};
-    for (std::size_t at = 0; at < kReadReplies.size(); ++at)
+    for (const bool reads : {true, false})
     {
-        SCOPED_TRACE(at);
-        const std::vector<Message> replies(kReadReplies.begin(), kReadReplies.begin() + static_cast<int>(at));
-        for (const auto& [failure, result] : failures)
-        {
-            FakeSender phone = PhoneWith(replies);
-            phone.Reply(failure.id, failure.body);
-            ExpectRecordUntouched(m_handler, phone, ZEL_PROVISIONING_READ_ALL, before, result);
-        }
-        FakeSender phone = PhoneWith(replies);
-        phone.Fail(0x80040155);
-        ExpectRecordUntouched(m_handler, phone, ZEL_PROVISIONING_READ_ALL, before, 0x80040155);
+        const std::vector<Message>& replies = reads ? kReadReplies : kWriteReplies;
+        for (std::size_t at = 0; at < replies.size(); ++at)
+            for (const auto& [id, body, result] : {Outcome{replies[at].id, {5}, 0x2205},
+                                                   {replies[at].id, {0xFF}, 0x22FF},
+                                                   {2, {1}, 2},
+                                                   {0, {}, 0x80040155}})
+            {
+                SCOPED_TRACE(at);
+                FakeSender phone = PhoneWith({replies.begin(), replies.begin() + static_cast<std::ptrdiff_t>(at)});
+                body.empty() ? phone.Fail(result) : phone.Reply(id, body);
+                ExpectRecordUntouched(m_handler, phone, reads ? ZEL_PROVISIONING_READ_ALL : ZEL_PROVISIONING_WRITE_ALL,
+                                      ProvisioningList{1, 2, m_sets, 3, 4, 5}, result);
+                EXPECT_EQ(phone.Requests().size(), at + 1);
+            }
     }
-    for (std::size_t at = 0; at < kWriteReplies.size(); ++at)
-        for (auto [failure, result] : failures)
-        {
-            std::vector<Message> replies = kWriteReplies;
-            failure.id = failure.id == 2 ? failure.id : replies[at].id;
-            replies[at] = failure;
-            EXPECT_EQ(Write(replies), std::make_pair(result, at + 1)) << at;
-        }
 }
 
 TEST_F(ProvisioningHandler, BelievesNoCountAndNoLength)
 {
     std::vector<Bytes> replies = Truncations(kListReply);
-    for (const Bytes& hostile : {
-             Bytes{3, 8, 0, 0, 12, 1, 0, 0, 0, 0, 0, 0, 0, 8, 0, 0, 4},    // more sets than blocks
-             Bytes{1, 8, 0, 0, 12, 1, 0, 0, 0, 0, 0, 0, 255, 8, 0, 0, 4},  // more details than blocks
-             Bytes{1, 8, 0, 0, 12, 1, 255, 255, 0, 0, 1, 0, 9},            // names beyond the block
-             Bytes{1, 8, 0, 0, 24, 1, 0, 0, 0, 0, 0, 0, 1, 19, 0, 0, 12, 0, 0, 0, 0, 255, 1, 255, 0},  // access, too
-             Bytes{1, 8, 0, 0, 20, 1, 0, 0, 0, 0, 0, 0, 1, 17, 0, 0, 8, 255, 0, 0, 0},                 // a name, too
-         })
-        replies.push_back(hostile);
+    const Bytes hostile[] = {
+        {3, 8, 0, 0, 12, 1, 0, 0, 0, 0, 0, 0, 0, 8, 0, 0, 4},                                // more sets than blocks
+        {1, 8, 0, 0, 12, 1, 0, 0, 0, 0, 0, 0, 255, 8, 0, 0, 4},                              // more details than blocks
+        {1, 8, 0, 0, 12, 1, 255, 255, 0, 0, 1, 0, 9},                                        // names beyond the block
+        {1, 8, 0, 0, 24, 1, 0, 0, 0, 0, 0, 0, 1, 19, 0, 0, 12, 0, 0, 0, 0, 255, 1, 255, 0},  // access, too
+        {1, 8, 0, 0, 20, 1, 0, 0, 0, 0, 0, 0, 1, 17, 0, 0, 8, 255, 0, 0, 0},                 // a name, too
+    };
+    for (const Bytes& sets : hostile)
+        replies.push_back(Join({{1, 0, 0, 0, 0}, sets}));
     for (const std::uint8_t id : Bytes{19, 17})  // the same details twice
-        replies.push_back({1, 8, 0, 0,   36, 1,   0,  0, 0, 0,  0, 0, 2, id, 0, 0,   12, 1,  0,
-                           0, 0, 1, 'A', 1,  'B', id, 0, 0, 12, 1, 0, 0, 0,  1, 'C', 1,  'D'});
-    for (auto reply = replies.end() - 7; reply != replies.end(); ++reply)
-        reply->insert(reply->begin(), {1, 0, 0, 0, 0});
+        replies.push_back({1,  0, 0, 0, 0, 1, 8,   0, 0,   36, 1, 0, 0,  0, 0, 0, 0, 2, id,  0, 0,
+                           12, 1, 0, 0, 0, 1, 'A', 1, 'B', id, 0, 0, 12, 1, 0, 0, 0, 1, 'C', 1, 'D'});
     for (const Bytes& reply : replies)
     {
         SCOPED_TRACE(Hex(reply));
@@ -222,9 +201,8 @@ TEST_F(ProvisioningHandler, BelievesNoCountAndNoLength)
 
 TEST_F(ProvisioningHandler, WritesSets)
 {
-    FakeSender phone = PhoneWith(kWriteReplies);
-    EXPECT_EQ(m_handler.EncodeRequest(phone, ZEL_PROVISIONING_WRITE_ALL, &m_toWrite), ZEL_OK);
-    ExpectRequests(phone, kWriteRequests);
+    EXPECT_EQ(Write(kWriteReplies).first, ZEL_OK);
+    ExpectRequests(kWriteRequests);
     // Status 0 and other messages do not end a write.
     EXPECT_EQ(Write({{0x7F, {5}}, {87, {0}}, {83, {}}, {87, {1}}, {87, {1}}, {83, {0, 9}}, {87, {1}}, {1, {}}}),
               std::make_pair(0u, std::size_t{8}));
@@ -249,15 +227,13 @@ TEST_F(ProvisioningHandler, WritesNamesUpToALimit)
     {
         const CBStrOwner name = MakeText(units);
         m_nameRecord.name = name.get();
-        FakeSender phone = PhoneWith(kWriteReplies);
-        const std::uint32_t result = m_handler.EncodeRequest(phone, ZEL_PROVISIONING_WRITE_ALL, &m_toWrite);
-        ASSERT_EQ(result, bytes > 255 ? ZEL_E_ARGUMENT : ZEL_OK) << bytes;
-        ASSERT_EQ(phone.Requests().size(), bytes > 255 ? 0u : 8u);
-        if (bytes > 255)
+        const bool fits = bytes <= 255;
+        ASSERT_EQ(Write(kWriteReplies), std::make_pair(fits ? ZEL_OK : ZEL_E_ARGUMENT, std::size_t{fits ? 8u : 0u}));
+        if (!fits)
             continue;
-        EXPECT_EQ(phone.Requests()[5].body[26], bytes);
-        EXPECT_EQ(phone.Last().body[1], sent);
-        EXPECT_EQ(phone.Last().body.size(), 4 + 2 * sent);
+        EXPECT_EQ(m_phone.Requests()[5].body[26], bytes);
+        EXPECT_EQ(m_phone.Last().body[1], sent);
+        EXPECT_EQ(m_phone.Last().body.size(), 4 + 2 * sent);
     }
 }
 
@@ -287,34 +263,20 @@ TEST_F(ProvisioningHandler, RefusesBadRecordsOfAPhoneThatHasTheService)
 
 TEST_F(ProvisioningHandler, SendsASetNumber)
 {
-    const std::pair<Message, std::uint32_t> cases[] = {{{85, {1}}, 0}, {{85, {0}}, 0},      {{85, {}}, 0},
-                                                       {{2, {1}}, 2},  {{85, {3}}, 0x2203}, {{0x7F, {3}}, 0}};
-    for (const auto& [reply, result] : cases)
-    {
-        FakeSender phone = PhoneWith({reply});
-        ExpectRecordUntouched(m_handler, phone, ZEL_PROVISIONING_SET_NUMBER, ProvisioningNumber{1, 0x42}, result);
-        EXPECT_TRUE(SameRequest(phone.Last(), kResource, 84, {0x42, 0, 0, 0, 0, 0x7F}, {2, 85}));
-    }
+    m_phone = PhoneWith({});
+    const ProvisioningNumber record = {1, 0x42};
+    ExpectOutcomes(ZEL_PROVISIONING_SET_NUMBER, record,
+                   {{85, {1}, 0}, {85, {0}, 0}, {85, {}, 0}, {2, {1}, 2}, {85, {3}, 0x2203}, {0x7F, {3}, 0}});
+    EXPECT_TRUE(Sent(84, {0x42, 0, 0, 0, 0, 0x7F}, {2, 85}));
+    ExpectUnanswered(ZEL_PROVISIONING_SET_NUMBER, record);
 }
 
 TEST_F(ProvisioningHandler, NeedsTheService)
 {
-    FakeSender phone;
     for (std::uint32_t id = ZEL_PROVISIONING_READ_ALL; id <= ZEL_PROVISIONING_SET_NUMBER; ++id)
-        EXPECT_EQ(m_handler.EncodeRequest(phone, id, nullptr), 4u);
-    for (const std::uint32_t id : {0x2200u, 0x2204u})
-        EXPECT_EQ(m_handler.EncodeRequest(phone, id, nullptr), ZEL_NOT_HANDLED);
-    EXPECT_TRUE(phone.Requests().empty());
-    EXPECT_EQ(m_handler.FreeDecodedData(ZEL_PROVISIONING_READ_ALL, &m_list), ZEL_E_FAIL);
-}
-
-TEST_F(ProvisioningHandler, NeedsMemory)
-{
-    FailEachAllocation([&] {
-        const std::uint32_t result = Read(kReadReplies);
-        FreeReceived(m_list);
-        return result;
-    });
+        ExpectBadRecordsRefused(m_handler, id, ZEL_PROVISIONING_NO_SERVICE);
+    ExpectNotHandled({0x2200, 0x2204});
+    ExpectNoIndications(ZEL_PROVISIONING_READ_ALL);
 }
 
 }  // namespace

@@ -1,13 +1,13 @@
 #include "handlers/RadioHandler.h"
 
-#include "support/HandlerChecks.h"
+#include "support/HandlerFixture.h"
 #include "support/ReceivedRecords.h"
 #include "support/Text.h"
 
+#include <tuple>
+
 namespace
 {
-
-constexpr std::uint8_t kResource = 0x3E;
 
 const Bytes kListReply = {
     0x77, 3,                                                 // value, count
@@ -28,99 +28,68 @@ const Bytes kSettingReply = {
     0,    4,    9,    9,              // another one, not read
 };
 
-class RadioHandler : public testing::Test
+/// The text that is sent.
+const Bytes kText = {0, 'A', 0x20, 0xAC, 0, 'B'};
+
+class RadioHandler : public HandlerFixture<CRadioHandler, 0x3E>
 {
   protected:
-    RadioHandler() { m_handler.SetResource(kResource); }
-
-    std::uint32_t List(const Bytes& reply)
-    {
-        FakeSender phone;
-        phone.Reply(14, reply);
-        return m_handler.EncodeRequest(phone, ZEL_RADIO_LIST, &m_list);
-    }
+    std::uint32_t List(const Bytes& reply) { return Ask(ZEL_RADIO_LIST, &m_list, 14, reply); }
 
     /// The body that an item is sent as.
     Bytes Written(const RadioItem& item)
     {
         const RadioItemRecord record = {0, &item};
-        m_phone.Reply(21, {});
-        ExpectRecordUntouched(m_handler, m_phone, ZEL_RADIO_WRITE_ITEM, record, ZEL_OK);
+        ExpectOutcomes(ZEL_RADIO_WRITE_ITEM, record, {{21, {}, ZEL_OK}});
         return m_phone.Last().body;
     }
 
-    const CLeakCheck m_leaks;
     const CBStrOwner m_text = MakeText(u"A\u20ACB");
     std::uint8_t m_data[2] = {0xD1, 0xD2};
     const RadioItem m_item = {0, 0x51, m_text.get(), 2, m_data};
     const RadioSetting m_setting = {1, 0x42, 0x43, {}, 0x12, 0x13, 0x14, 0x15, 0x12345678, m_text.get()};
     RadioList m_list = {};
-    CRadioHandler m_handler;
-    FakeSender m_phone;
 };
 
 TEST_F(RadioHandler, SendsEachRequestAndReportsItsStatus)
 {
-    const struct
-    {
-        std::uint32_t api;
-        std::uint8_t request;
-        Bytes body;
-        std::uint8_t reply;
-    } cases[] = {
+    const std::tuple<std::uint32_t, std::uint8_t, Bytes, std::uint8_t> cases[] = {
         {ZEL_RADIO_LIST, 13, {0, 0}, 14},
-        {ZEL_RADIO_WRITE_ITEM,
-         17,
-         {0, 1, 1, 0, 0, 20, 3, 2, 0x51, 0, 0, 'A', 0x20, 0xAC, 0, 'B', 0, 0, 0xD1, 0xD2, 0, 0},
-         21},
+        {ZEL_RADIO_WRITE_ITEM, 17, Join({{0, 1, 1, 0, 0, 20, 3, 2, 0x51, 0}, kText, {0, 0, 0xD1, 0xD2, 0, 0}}), 21},
         {ZEL_RADIO_READ_SETTING, 5, {0x42, 0}, 6},
-        {ZEL_RADIO_WRITE_SETTING,
-         18,
-         {0, 1, 0, 20, 3, 0x12, 0x13, 0x14, 0x42, 0x15, 0x12, 0x34, 0x56, 0x78, 0, 'A', 0x20, 0xAC, 0, 'B', 0, 0},
-         21},
+        {ZEL_RADIO_WRITE_SETTING, 18,
+         Join({{0, 1, 0, 20, 3, 0x12, 0x13, 0x14, 0x42, 0x15, 0x12, 0x34, 0x56, 0x78}, kText, {0, 0}}), 21},
         {ZEL_RADIO_REQUEST_3, 3, {0x42, 0x43}, 21},
     };
-    for (const auto& test : cases)
+    for (const auto& [messageId, request, body, reply] : cases)
     {
-        SCOPED_TRACE(test.api);
-        const auto check = [&](const auto& record) {
-            for (const auto& [body, result] :
-                 {std::pair<Bytes, std::uint32_t>{{9, 3}, 0x3E03}, {{9, 0xFF}, 0x3EFF}, {{9, 0}, 0}, {{9}, 0}, {{}, 0}})
-            {
-                m_phone.Reply(22, body);
-                ExpectRecordUntouched(m_handler, m_phone, test.api, record, result);
-            }
-            ExpectUnansweredKept(m_handler, m_phone, test.api, record);
+        SCOPED_TRACE(messageId);
+        const auto check = [&, id = messageId](const auto& record) {
+            ExpectOutcomes(id, record,
+                           {{22, {9, 3}, 0x3E03}, {22, {9, 0xFF}, 0x3EFF}, {22, {9, 0}, 0}, {22, {9}, 0}, {22, {}, 0}});
+            ExpectUnanswered(id, record);
         };
-        if (test.api == ZEL_RADIO_LIST)
+        if (messageId == ZEL_RADIO_LIST)
             check(RadioList{1, 2, 3, nullptr});
-        else if (test.api == ZEL_RADIO_WRITE_ITEM)
+        else if (messageId == ZEL_RADIO_WRITE_ITEM)
             check(RadioItemRecord{1, &m_item});
         else
             check(m_setting);
-        const FakeSender::Sent& sent = m_phone.Last();
-        EXPECT_EQ(sent.resource, kResource);
-        EXPECT_EQ(sent.id, test.request);
-        EXPECT_TRUE(SameBytes(test.body, sent.body));
-        EXPECT_TRUE(SameBytes({test.reply, 22}, sent.expectedReplies));
-        EXPECT_EQ(sent.timeoutMs, test.api == ZEL_RADIO_LIST ? 10000u : 60000u);
-        ExpectBadRecordsRefused(m_handler, test.api, test.api == ZEL_RADIO_READ_SETTING ? ZEL_E_FAIL : ZEL_E_ARGUMENT);
+        EXPECT_TRUE(Sent(request, body, {reply, 22}, messageId == ZEL_RADIO_LIST ? 10000 : 60000));
+        ExpectBadRecordsRefused(m_handler, messageId,
+                                messageId == ZEL_RADIO_READ_SETTING ? ZEL_E_FAIL : ZEL_E_ARGUMENT);
     }
     // What a done reply holds does not matter.
-    m_phone.Reply(21, {1, 5});
-    ExpectRecordUntouched(m_handler, m_phone, ZEL_RADIO_REQUEST_3, m_setting, ZEL_OK);
-    for (const std::uint32_t id : {0x3E00u, 0x3E06u})
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, id, &m_list), ZEL_NOT_HANDLED);
-    EXPECT_EQ(m_handler.FreeDecodedData(ZEL_RADIO_LIST, &m_list), ZEL_E_FAIL);
+    ExpectOutcomes(ZEL_RADIO_REQUEST_3, m_setting, {{21, {1, 5}, ZEL_OK}});
+    ExpectNotHandled({0x3E00, 0x3E06});
+    ExpectNoIndications(ZEL_RADIO_LIST);
 }
 
 TEST_F(RadioHandler, ListsItems)
 {
     m_list.leading = 0x12345678;
     EXPECT_EQ(List(kListReply), ZEL_OK);
-    EXPECT_EQ(m_list.leading, 0x12345678u);
-    EXPECT_EQ(m_list.value, 0x77);
-    ASSERT_EQ(m_list.count, 3);
+    ASSERT_EQ(std::tuple(m_list.leading, m_list.value, m_list.count), std::tuple(0x12345678u, 0x77, 3));
     std::vector<std::tuple<std::uint8_t, bool, std::u16string, Bytes>> items;
     for (const RadioItem* item = m_list.items; item != m_list.items + 3; ++item)
         items.emplace_back(item->value, item->name != nullptr, UnitsOf(item->name),
@@ -129,6 +98,11 @@ TEST_F(RadioHandler, ListsItems)
         {0x51, true, u"A\u20ACB", {0xD1, 0xD2}}, {0, false, u"", {}}, {0x52, true, u"CD", {0xE1, 0xE2, 0xE3}}};
     EXPECT_EQ(items, expected);
     FreeReceived(m_list);
+    FailEachAllocation([&] {
+        const std::uint32_t result = List(kListReply);
+        FreeReceived(m_list);
+        return result;
+    });
 }
 
 TEST_F(RadioHandler, BelievesNoCountAndNoLength)
@@ -155,9 +129,9 @@ TEST_F(RadioHandler, TellsTheLowByteOfANamesLength)
     {
         const CBStrOwner name = MakeText(std::u16string(units, u'n'));
         const Bytes body = Written({0, 1, name.get(), 2, m_data});
-        EXPECT_EQ(body[6], lengthByte) << units;
-        EXPECT_EQ(body.size(), size + 2);
-        EXPECT_EQ(body[4] << 8 | body[5], static_cast<int>(size));
+        EXPECT_EQ(std::tuple(body[6], body.size(), body[4] << 8 | body[5]),
+                  std::tuple(lengthByte, size + 2, static_cast<int>(size)))
+            << units;
         EXPECT_EQ(Bytes(body.end() - 4, body.end()), (Bytes{0xD1, 0xD2, 0, 0}));
     }
     EXPECT_TRUE(SameBytes({0, 1, 1, 0, 0, 8, 0, 0, 5, 0}, Written({0, 5, static_cast<BSTR>(kUnreadable), 0, nullptr})));
@@ -166,24 +140,23 @@ TEST_F(RadioHandler, TellsTheLowByteOfANamesLength)
 TEST_F(RadioHandler, RefusesWhatCannotBeSent)
 {
     const CBStrOwner longName = MakeText(std::u16string(32633, u'n'));
-    const RadioItem noData = {0, 1, nullptr, 1, nullptr};
-    const RadioItem unreadableData = {0, 1, nullptr, 1, static_cast<std::uint8_t*>(kUnreadable)};
     const RadioItem tooLong = {0, 1, longName.get(), 0, nullptr};
-    for (const RadioItem* item : {static_cast<const RadioItem*>(nullptr), static_cast<const RadioItem*>(kUnreadable),
-                                  &noData, &unreadableData, &tooLong})
-        ExpectRecordUntouched(m_handler, m_phone, ZEL_RADIO_WRITE_ITEM, RadioItemRecord{0, item}, ZEL_E_ARGUMENT);
+    for (void* bad : {static_cast<void*>(nullptr), kUnreadable})
+    {
+        const RadioItem noData = {0, 1, nullptr, 1, static_cast<std::uint8_t*>(bad)};
+        for (const RadioItem* item : {static_cast<const RadioItem*>(bad), &noData, &tooLong})
+            ExpectRefused(ZEL_RADIO_WRITE_ITEM, RadioItemRecord{0, item}, ZEL_E_ARGUMENT);
+    }
     RadioSetting setting = m_setting;
     const CBStrOwner longText = MakeText(std::u16string(121, u't'));
     setting.text = longText.get();
-    ExpectRecordUntouched(m_handler, m_phone, ZEL_RADIO_WRITE_SETTING, setting, ZEL_E_ARGUMENT);
-    EXPECT_TRUE(m_phone.Requests().empty());
+    ExpectRefused(ZEL_RADIO_WRITE_SETTING, setting, ZEL_E_ARGUMENT);
 
     const CBStrOwner longest = MakeText(std::u16string(120, u't'));
     for (const BSTR text : {longest.get(), static_cast<BSTR>(nullptr), static_cast<BSTR>(kUnreadable)})
     {
         setting.text = text;
-        m_phone.Reply(21, {});
-        ExpectRecordUntouched(m_handler, m_phone, ZEL_RADIO_WRITE_SETTING, setting, ZEL_OK);
+        ExpectOutcomes(ZEL_RADIO_WRITE_SETTING, setting, {{21, {}, ZEL_OK}});
         EXPECT_EQ(m_phone.Last().body.size(), text == longest.get() ? 254u : 14u);
         EXPECT_EQ(m_phone.Last().body[4], text == longest.get() ? 120 : 0);
     }
@@ -192,44 +165,29 @@ TEST_F(RadioHandler, RefusesWhatCannotBeSent)
 TEST_F(RadioHandler, ReadsASetting)
 {
     RadioSetting record = {1, 0x42, 0x43, {}, 0, 0, 0, 0, 0, nullptr};
-    m_phone.Reply(6, kSettingReply);
-    EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_RADIO_READ_SETTING, &record), ZEL_OK);
+    EXPECT_EQ(Ask(ZEL_RADIO_READ_SETTING, &record, 6, kSettingReply), ZEL_OK);
     EXPECT_EQ(UnitsOf(CBStrOwner(record.text).get()), u"A\u20ACB");
     EXPECT_EQ(std::memcmp(&record, &m_setting, offsetof(RadioSetting, text) - 4), 0);
     record.text = m_text.get();
 
     // An empty text leaves the pointer; no setting, the record.
-    m_phone.Reply(6, {9, 1, 0, 12, 0, 1, 2, 3, 9, 4, 0, 0, 0, 5});
-    EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_RADIO_READ_SETTING, &record), ZEL_OK);
-    EXPECT_EQ(record.text, m_text.get());
-    EXPECT_EQ(record.value_16, 5u);
-    for (const Bytes& reply : {Bytes{}, Bytes{9}, Bytes{9, 0, 0, 12}, Bytes{9, 1, 0, 2, 0, 1},
-                               Bytes{9, 1, 1, 12, 1, 1, 2, 3, 9, 4, 0, 0, 0, 5}})
-    {
-        m_phone.Reply(6, reply);
-        ExpectRecordUntouched(m_handler, m_phone, ZEL_RADIO_READ_SETTING, m_setting, ZEL_OK);
-    }
+    EXPECT_EQ(Ask(ZEL_RADIO_READ_SETTING, &record, 6, {9, 1, 0, 12, 0, 1, 2, 3, 9, 4, 0, 0, 0, 5}), ZEL_OK);
+    EXPECT_EQ(std::tuple(record.text, record.value_16), std::tuple(m_text.get(), 5u));
+    ExpectOutcomes(ZEL_RADIO_READ_SETTING, m_setting,
+                   {{6, {}, ZEL_OK},
+                    {6, {9}, ZEL_OK},
+                    {6, {9, 0, 0, 12}, ZEL_OK},
+                    {6, {9, 1, 0, 2, 0, 1}, ZEL_OK},
+                    {6, {9, 1, 1, 12, 1, 1, 2, 3, 9, 4, 0, 0, 0, 5}, ZEL_OK}});
     for (const Bytes& part : Truncations(kSettingReply))
     {
-        m_phone.Reply(6, part);
         record = {};
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_RADIO_READ_SETTING, &record), ZEL_OK);
+        EXPECT_EQ(Ask(ZEL_RADIO_READ_SETTING, &record, 6, part), ZEL_OK);
         EXPECT_EQ(SysStringLen(CBStrOwner(record.text).get()), part.size() > 4 ? 3u : 0u) << part.size();
     }
-}
-
-TEST_F(RadioHandler, NeedsMemory)
-{
     FailEachAllocation([&] {
-        const std::uint32_t result = List(kListReply);
-        FreeReceived(m_list);
-        return result;
-    });
-    FailEachAllocation([&] {
-        FakeSender phone;
-        phone.Reply(6, kSettingReply);
-        RadioSetting record = {};
-        const std::uint32_t result = m_handler.EncodeRequest(phone, ZEL_RADIO_READ_SETTING, &record);
+        record = {};
+        const std::uint32_t result = Ask(ZEL_RADIO_READ_SETTING, &record, 6, kSettingReply);
         SysFreeString(record.text);
         return result;
     });

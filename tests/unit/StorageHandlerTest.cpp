@@ -1,169 +1,125 @@
 #include "handlers/StorageHandler.h"
 
-#include "support/FakeSender.h"
-
-#include <gtest/gtest.h>
+#include "support/HandlerFixture.h"
+#include "support/Text.h"
 
 #include <algorithm>
-#include <functional>
-#include <iterator>
-#include <string>
-#include <utility>
-
-#ifndef _WIN32
-#include <host_control.h>
-#endif
+#include <tuple>
 
 namespace
 {
 
-constexpr std::uint32_t kSendFailure = 0x80070005;
-
 /// All layouts of the caller's record.
 union AnyRecord {
     std::uint8_t bytes[24];
-    StorageAreaCommand areaCommand;
     StorageAreaList areas;
     StorageIdentifierList identifiers;
-    StorageIdentifierCommand identifierCommand;
-    StorageThreeByteCommand threeByteCommand;
 };
 
 /// W1 0x11223344, B2 0xA2, B4 0xB4, B6 0xC6 and what an untouched array pointer looks like.
 constexpr AnyRecord kRecord = {
     {0x18, 0, 0, 0, 0x44, 0x33, 0x22, 0x11, 0xA2, 1, 0xB4, 2, 0xC6, 3, 9, 9, 8, 7, 6, 5, 4, 3, 2, 1}};
 
-class StorageHandlerTest : public testing::Test
+using Areas = std::vector<std::pair<unsigned, std::u16string>>;
+using Identifiers = std::vector<std::uint32_t>;
+
+class StorageHandler : public HandlerFixture<CStorageHandler, 0xAA>
 {
   protected:
-    StorageHandlerTest() { handler.SetResource(0xAA); }
-
-    std::uint32_t Encode(std::uint32_t id, void* data) { return handler.EncodeRequest(sender, id, data); }
-
-    std::uint32_t Ask(std::uint32_t id, std::uint8_t reply, const Bytes& body)
+    std::uint32_t Run(std::uint32_t messageId, std::uint8_t replyId, const Bytes& reply)
     {
-        record = kRecord;
-        sender.Reply(reply, body);
-        return Encode(id, &record);
+        m_record = kRecord;
+        return Ask(messageId, &m_record, replyId, reply);
     }
 
-    /// Lists the areas of a phone; the caller frees them.
-    StorageAreaList Areas(const Bytes& body)
+    /// Takes the areas from the record: their numbers and names.
+    Areas TakeAreas()
     {
-        EXPECT_EQ(Ask(0xAA02, 0x24, body), 0u);
-        return record.areas;
-    }
-
-    bool IsUntouched() const { return std::equal(record.bytes, record.bytes + sizeof record, kRecord.bytes); }
-
-    FakeSender sender;
-    CStorageHandler handler;
-    AnyRecord record = kRecord;
-};
-
-/// Checks the areas' numbers and names in order, and frees them.
-void ExpectAreas(const StorageAreaList& list, const std::vector<std::pair<int, std::u16string>>& expected)
-{
-    ASSERT_EQ(list.count, expected.size());
-    for (std::size_t i = 0; i < expected.size(); ++i)
-    {
-        const StorageArea& area = list.areas[i];
-        EXPECT_EQ(area.size, 16u);
-        EXPECT_EQ(area.number, expected[i].first);
-        EXPECT_EQ(area.name_length, expected[i].second.size());
-        EXPECT_EQ(area.name == nullptr, expected[i].second.empty());
-        EXPECT_EQ(std::u16string(area.name, area.name + SysStringLen(area.name)), expected[i].second);
-        SysFreeString(area.name);
-    }
-    CoTaskMemFree(list.areas);
-}
-
-struct RequestCase
-{
-    std::uint32_t api;
-    std::uint8_t request;
-    Bytes body;
-};
-
-const RequestCase kRequests[] = {
-    {0xAA01, 0x18, {0x18, 0}},
-    {0xAA02, 0x23, {0, 1}},
-    {0xAA03, 0x06, {0, 1, 0, 5, 0, 8, 0, 0x33, 0, 0}},
-    {0xAA04, 0x0A, {0, 1, 0, 0x0E, 0, 12, 0, 1, 0, 0, 0x11, 0x22, 0x33, 0x44}},
-    {0xAA05, 0x00, {}},
-    {0xAA07, 0x0E, {0xA2, 0xB4, 0xC6, 0, 0, 0, 0, 0, 0, 1, 0, 0x0E, 0, 12, 0, 1, 0, 0, 0x11, 0x22, 0x33, 0x44}},
-};
-
-TEST_F(StorageHandlerTest, SendsEachRequestAndReportsItsStatus)
-{
-    for (const auto& [api, request, body] : kRequests)
-    {
-        const auto reply = static_cast<std::uint8_t>(request + 1);
-        EXPECT_EQ(Ask(api, reply, {0x42, 1, 0, 3, 0, 8, 1, 0, 0, 0}), 0xAA42u);
-        EXPECT_EQ(sender.Last().resource, 0xAA);
-        EXPECT_EQ(sender.Last().id, request);
-        EXPECT_TRUE(SameBytes(body, sender.Last().body));
-        EXPECT_EQ(sender.Last().expectedReplies, Bytes{reply});
-        EXPECT_EQ(sender.Last().timeoutMs, 60000u);
-        EXPECT_TRUE(IsUntouched());
-
-        EXPECT_EQ(Ask(api, 0x7F, {0, 1, 0, 3, 0, 8, 1, 0, 0, 0}), ZEL_NOT_HANDLED);
-        EXPECT_TRUE(IsUntouched());
-        sender.Fail(kSendFailure);
-        EXPECT_EQ(Encode(api, &record), kSendFailure);
-        EXPECT_TRUE(IsUntouched());
-    }
-}
-
-TEST_F(StorageHandlerTest, CommandsSucceedWithStatusZero)
-{
-    for (const std::uint32_t api : {0xAA01u, 0xAA04u, 0xAA05u, 0xAA07u})
-    {
-        const auto& request = *std::find_if(std::begin(kRequests), std::end(kRequests),
-                                            [&](const RequestCase& test) { return test.api == api; });
-        EXPECT_EQ(Ask(api, static_cast<std::uint8_t>(request.request + 1), {0}), 0u);
-        EXPECT_TRUE(IsUntouched());
-    }
-}
-
-TEST_F(StorageHandlerTest, OnlyTheCommandWithoutDataNeedsNoRecord)
-{
-    for (const auto& [api, request, body] : kRequests)
-        for (void* missing : {static_cast<void*>(nullptr), reinterpret_cast<void*>(std::uintptr_t{8})})
+        EXPECT_EQ(m_record.areas.leading, 0x18u);
+        EXPECT_EQ(m_record.areas.areas == nullptr, m_record.areas.count == 0);
+        Areas taken;
+        const CTaskMemOwner<StorageArea> areas(m_record.areas.areas);
+        for (std::uint8_t i = 0; i < m_record.areas.count; ++i)
         {
-            const bool needed = api != 0xAA05;
-            if (!needed)
-                sender.Reply(0x01, {0});
-            EXPECT_EQ(Encode(api, missing), needed ? ZEL_E_ARGUMENT : 0u);
+            const auto& [size, number, length, text] = areas.get()[i];
+            const CBStrOwner name(text);
+            EXPECT_EQ(std::tuple(size, length, name != nullptr), std::tuple(16u, SysStringLen(text), length != 0));
+            taken.emplace_back(number, UnitsOf(text));
         }
-    EXPECT_EQ(sender.Requests().size(), 2u);
-    for (const std::uint32_t id : {0xAA00u, 0xAA06u, 0xAA08u})
-        EXPECT_EQ(Encode(id, nullptr), ZEL_NOT_HANDLED);
+        return taken;
+    }
+    Areas ListAreas(const Bytes& reply)
+    {
+        EXPECT_EQ(Run(ZEL_STORAGE_LIST_AREAS, 0x24, reply), ZEL_OK);
+        return TakeAreas();
+    }
+
+    Identifiers TakeIdentifiers()
+    {
+        const CTaskMemOwner<std::uint32_t> array(m_record.identifiers.identifiers);
+        EXPECT_EQ(array == nullptr, m_record.identifiers.count == 0);
+        EXPECT_TRUE(std::equal(m_record.bytes, m_record.bytes + 12, kRecord.bytes));
+        return {array.get(), array.get() + m_record.identifiers.count};
+    }
+    Identifiers ListIdentifiers(const Bytes& reply)
+    {
+        EXPECT_EQ(Run(ZEL_STORAGE_LIST_IDENTIFIERS, 0x07, reply), ZEL_OK);
+        return TakeIdentifiers();
+    }
+
+    AnyRecord m_record = kRecord;
+};
+
+TEST_F(StorageHandler, SendsEachRequestAndReportsItsStatus)
+{
+    const std::tuple<std::uint32_t, std::uint8_t, Bytes> requests[] = {
+        {0xAA01, 0x18, {0x18, 0}},
+        {0xAA02, 0x23, {0, 1}},
+        {0xAA03, 0x06, {0, 1, 0, 5, 0, 8, 0, 0x33, 0, 0}},
+        {0xAA04, 0x0A, {0, 1, 0, 0x0E, 0, 12, 0, 1, 0, 0, 0x11, 0x22, 0x33, 0x44}},
+        {0xAA05, 0x00, {}},
+        {0xAA07, 0x0E, {0xA2, 0xB4, 0xC6, 0, 0, 0, 0, 0, 0, 1, 0, 0x0E, 0, 12, 0, 1, 0, 0, 0x11, 0x22, 0x33, 0x44}},
+    };
+    for (const auto& [api, request, body] : requests)
+    {
+        SCOPED_TRACE(api);
+        const auto reply = static_cast<std::uint8_t>(request + 1);
+        ExpectUnanswered(api, kRecord, ZEL_NOT_HANDLED);
+        ExpectOutcomes(api, kRecord, {{reply, {0x42, 1, 0, 3, 0, 8, 1, 0, 0, 0}, 0xAA42}});
+        if (api != ZEL_STORAGE_LIST_AREAS)
+            ExpectOutcomes(api, kRecord, {{reply, {0}, ZEL_OK}, {reply, {0, 0}, ZEL_OK}});
+        EXPECT_TRUE(Sent(request, body, {reply}));
+        if (api != ZEL_STORAGE_COMMAND)
+            ExpectBadRecordsRefused(m_handler, api);
+    }
+    for (void* unused : {static_cast<void*>(nullptr), kUnreadable})
+        EXPECT_EQ(Ask(ZEL_STORAGE_COMMAND, unused, 0x01, {0}), ZEL_OK);
+    ExpectNotHandled({0xAA00, 0xAA06, 0xAA08});
 }
 
-TEST_F(StorageHandlerTest, ListsTheAreasOfEachServiceVersion)
+TEST_F(StorageHandler, ListsTheAreasOfEachServiceVersion)
 {
     const struct
     {
         std::uint8_t major;
         std::uint8_t minor;
-        std::uint16_t id;
+        std::uint8_t id;
         std::uint8_t length;  ///< Where the name's length stands behind the area number.
         std::uint8_t gap;     ///< Bytes between it and the name.
     } cases[] = {{2, 9, 3, 0, 0},      {2, 99, 3, 0, 0},    {3, 0, 3, 2, 0},    {2, 9, 0x10, 18, 3},
                  {2, 10, 0x10, 23, 3}, {3, 0, 0x10, 23, 3}, {0, 0, 0x10, 18, 3}};
     for (const auto& test : cases)
     {
-        sender.SetVersion(0xAA, test.major, test.minor);
-        Bytes body = {0, 1, 0, static_cast<std::uint8_t>(test.id), 0, 64, 7};
-        body.resize(body.size() + 59, 0);
+        m_phone.SetVersion(kResource, test.major, test.minor);
+        Bytes body = {0, 1, 0, test.id, 0, 64, 7};
+        body.resize(66);
         body[7u + test.length] = 1;
-        body[7u + test.length + 1u + test.gap + 1u] = 0x11;
-        ExpectAreas(Areas(body), {{7, u"\x11"}});
+        body[9u + test.length + test.gap] = 0x11;
+        EXPECT_EQ(ListAreas(body), (Areas{{7, u"\x11"}}));
         // No name, whatever the version.
         body[7u + test.length] = 0;
-        ExpectAreas(Areas(body), {{7, u""}});
-        EXPECT_TRUE(SameBytes(test.major >= 3 ? Bytes{0, 1, 0, 0} : Bytes{0, 1}, sender.Last().body));
+        EXPECT_EQ(ListAreas(body), (Areas{{7, u""}}));
+        EXPECT_TRUE(SameBytes(test.major >= 3 ? Bytes{0, 1, 0, 0} : Bytes{0, 1}, m_phone.Last().body));
     }
 }
 
@@ -177,169 +133,82 @@ const Bytes kAreaReply = {
     0, 3, 0, 8,  9, 1, 0, 'E',          // area 9 again
 };
 
-TEST_F(StorageHandlerTest, TheFirstAreaOfANumberWinsAndOrderStays)
+TEST_F(StorageHandler, TheFirstAreaOfANumberWinsAndOrderStays)
 {
-    ExpectAreas(Areas(kAreaReply), {{5, u"AB"}, {4, u"C"}, {9, u""}});
-    EXPECT_EQ(record.areas.leading, 0x18u);
-}
-
-TEST_F(StorageHandlerTest, ListsNoAreas)
-{
+    EXPECT_EQ(ListAreas(kAreaReply), (Areas{{5, u"AB"}, {4, u"C"}, {9, u""}}));
     for (const Bytes& body : {Bytes{0}, Bytes{0, 0}, Bytes{0, 1, 0, 9, 0, 8, 1, 0, 0, 0}, Bytes{0, 1, 0, 3, 0, 4}})
+        EXPECT_EQ(ListAreas(body), Areas());
+    for (const Bytes& part : Truncations(kAreaReply))
     {
-        const StorageAreaList list = Areas(body);
-        EXPECT_EQ(list.count, 0);
-        EXPECT_EQ(list.areas, nullptr);
+        const std::size_t areas = ListAreas(part).size();
+        EXPECT_LE(areas, 4u) << part.size();
+        EXPECT_EQ(areas >= 1, part.size() >= 4);
     }
 }
 
-TEST_F(StorageHandlerTest, ListsWhatATruncatedReplyHolds)
+const Bytes kIdentifierReply = {
+    0,    1,                             // status; sub-blocks
+    0,    1,    0,    16,                // of any id
+    0,    2,    9,    9,                 // two identifiers
+    0x11, 0x22, 0x33, 0x44, 0, 0, 0, 5,  //
+};
+
+TEST_F(StorageHandler, ReadsTheIdentifiersOfAnArea)
 {
-    for (std::ptrdiff_t length = 0; length <= std::ssize(kAreaReply); ++length)
+    EXPECT_EQ(ListIdentifiers(kIdentifierReply), (Identifiers{0x11223344, 5}));
+    for (const Bytes& part : Truncations(kIdentifierReply))
     {
-        const StorageAreaList list = Areas(Bytes(kAreaReply.begin(), kAreaReply.begin() + length));
-        EXPECT_LE(list.count, 4) << length;
-        EXPECT_EQ(list.count >= 1, length >= 4);
-        for (int i = 0; i < list.count; ++i)
-            SysFreeString(list.areas[i].name);
-        CoTaskMemFree(list.areas);
+        // The list's id ends with byte 3, its count with byte 7; what has been cut off behind it reads as 0.
+        if (part.size() < 2)
+            continue;
+        const Identifiers identifiers = ListIdentifiers(part);
+        ASSERT_EQ(identifiers.size(), part.size() > 7 ? 2u : 0u) << part.size();
+        EXPECT_TRUE(identifiers.empty() || identifiers[1] == 0);
     }
+    const Identifiers claimed = ListIdentifiers({0, 1, 0, 1, 0, 12, 0xFF, 0xFF, 0, 0, 0, 0, 0, 7});
+    ASSERT_EQ(claimed.size(), 0xFFFFu);
+    EXPECT_EQ(std::pair(claimed.front(), claimed.back()), std::pair(7u, 0u));
+    ExpectOutcomes(
+        ZEL_STORAGE_LIST_IDENTIFIERS, kRecord,
+        {{0x07, {0, 2, 0, 1, 0, 12, 0, 1, 0, 0, 0, 0, 0, 7}, ZEL_OK}, {0x07, {0, 1, 0, 1, 0, 4, 0, 1, 0, 0}, ZEL_OK}});
 }
 
-TEST_F(StorageHandlerTest, ReadsTheIdentifiersOfAnArea)
+TEST_F(StorageHandler, DecodesEvents)
 {
-    const Bytes whole = {0, 1, 0, 1, 0, 16, 0, 2, 9, 9, 0x11, 0x22, 0x33, 0x44, 0, 0, 0, 5};
-    EXPECT_EQ(Ask(0xAA03, 0x07, whole), 0u);
-    ASSERT_EQ(record.identifiers.count, 2);
-    EXPECT_EQ(record.identifiers.identifiers[0], 0x11223344u);
-    EXPECT_EQ(record.identifiers.identifiers[1], 5u);
-    CoTaskMemFree(record.identifiers.identifiers);
-    // Nothing before the count is touched.
-    EXPECT_TRUE(std::equal(record.bytes, record.bytes + 12, kRecord.bytes));
-
-    // The count stands in byte 7; what has been cut off behind it reads as 0.
-    for (std::ptrdiff_t length = 2; length <= std::ssize(whole); ++length)
-    {
-        EXPECT_EQ(Ask(0xAA03, 0x07, Bytes(whole.begin(), whole.begin() + length)), 0u);
-        EXPECT_EQ(record.identifiers.count, length > 7 ? 2 : 0) << length;
-        EXPECT_EQ(record.identifiers.identifiers == nullptr, length <= 7);
-        if (length > 7)
-        {
-            EXPECT_EQ(record.identifiers.identifiers[1], length == std::ssize(whole) ? 5u : 0u);
-        }
-        CoTaskMemFree(record.identifiers.identifiers);
-    }
-}
-
-TEST_F(StorageHandlerTest, BelievesAnIdentifierCountButReadsNothingBeyondTheReply)
-{
-    EXPECT_EQ(Ask(0xAA03, 0x07, {0, 1, 0, 1, 0, 12, 0xFF, 0xFF, 0, 0, 0, 0, 0, 7}), 0u);
-    ASSERT_EQ(record.identifiers.count, 0xFFFF);
-    EXPECT_EQ(record.identifiers.identifiers[0], 7u);
-    EXPECT_EQ(record.identifiers.identifiers[0xFFFE], 0u);
-    CoTaskMemFree(record.identifiers.identifiers);
-}
-
-TEST_F(StorageHandlerTest, LeavesTheRecordWithoutAListOfIdentifiers)
-{
-    for (const Bytes& body :
-         {Bytes{0}, Bytes{0, 0}, Bytes{0, 2, 0, 1, 0, 12, 0, 1, 0, 0, 0, 0, 0, 7}, Bytes{0, 1, 0, 1, 0, 4, 0, 1, 0, 0}})
-    {
-        EXPECT_EQ(Ask(0xAA03, 0x07, body), 0u);
-        EXPECT_TRUE(IsUntouched());
-    }
-}
-
-TEST_F(StorageHandlerTest, DecodesEvents)
-{
-    const struct
-    {
-        Bytes body;
-        std::vector<std::uint16_t> values;
-    } cases[] = {
-        {{0, 3, 9, 9, 9, 1, 0, 2, 0, 8, 1, 2, 3, 0}, {3, 1, 2, 3}},
-        {{0, 3, 9, 9, 9, 1, 0, 1, 0, 8, 1, 2, 3, 0}, {3, 0xFFFF, 0xFFFF, 0xFFFF}},
-        {{0, 3, 9, 9, 9, 1, 0, 2, 0, 4}, {3, 0xFFFF, 0xFFFF, 0xFFFF}},
-        {{0, 0xFF, 9, 9, 9, 0, 0, 2, 0, 8, 1, 2, 3, 0}, {0xFF, 0xFFFF, 0xFFFF, 0xFFFF}},
-        {{0, 3}, {3, 0xFFFF, 0xFFFF, 0xFFFF}},
-        {{}, {0, 0xFFFF, 0xFFFF, 0xFFFF}},
+    const std::pair<Bytes, std::vector<std::uint16_t>> cases[] = {
+        {{0, 3, 9, 9, 9, 1, 0, 2, 0, 8, 1, 2, 3, 0}, {12, 0, 3, 1, 2, 3}},
+        {{0, 3, 9, 9, 9, 1, 0, 1, 0, 8, 1, 2, 3, 0}, {12, 0, 3, 0xFFFF, 0xFFFF, 0xFFFF}},
+        {{0, 3, 9, 9, 9, 1, 0, 2, 0, 4}, {12, 0, 3, 0xFFFF, 0xFFFF, 0xFFFF}},
+        {{0, 0xFF, 9, 9, 9, 0, 0, 2, 0, 8, 1, 2, 3, 0}, {12, 0, 0xFF, 0xFFFF, 0xFFFF, 0xFFFF}},
+        {{0, 3}, {12, 0, 3, 0xFFFF, 0xFFFF, 0xFFFF}},
+        {{}, {12, 0, 0, 0xFFFF, 0xFFFF, 0xFFFF}},
     };
     for (const auto& test : cases)
-    {
-        CMessage message;
-        message.SetMessageId(0x60);
-        message.AppendBytes(test.body.size(), test.body.data());
-        std::uint32_t id = 0;
-        void* decoded = nullptr;
-        EXPECT_EQ(handler.DecodeMessage(message, id, decoded), 0u);
-        EXPECT_EQ(id, 0xAA06u);
-        ASSERT_NE(decoded, nullptr);
-        // The record outlives FreeDecodedData.
-        EXPECT_EQ(handler.FreeDecodedData(0xAA06, decoded), 0u);
-        const auto& event = *static_cast<StorageEventRecord*>(decoded);
-        EXPECT_EQ(event.size, 12);
-        EXPECT_EQ(event.reserved, 0);
-        EXPECT_EQ((std::vector<std::uint16_t>{event.event, event.first, event.second, event.third}), test.values);
-        CoTaskMemFree(decoded);
-    }
-    EXPECT_EQ(handler.FreeDecodedData(0xAA05, &record), ZEL_NOT_HANDLED);
+        FailEachAllocation([&] {
+            std::uint16_t* decoded = nullptr;
+            const std::uint32_t result = Decode(0x60, test.first, ZEL_STORAGE_EVENT, decoded);
+            // The record outlives FreeDecodedData.
+            EXPECT_EQ(m_handler.FreeDecodedData(0xAA06, decoded), ZEL_OK);
+            const CTaskMemOwner<std::uint16_t> values(decoded);
+            EXPECT_TRUE(values == nullptr || std::equal(test.second.begin(), test.second.end(), values.get()))
+                << Hex(test.first);
+            return result;
+        });
+    EXPECT_EQ(m_handler.FreeDecodedData(0xAA05, &m_record), ZEL_NOT_HANDLED);
+    ExpectNotDecoded(0x60, ZEL_OK);
+    ExpectNotDecoded(0x61);
 }
 
-TEST_F(StorageHandlerTest, DeliversNoOtherMessages)
+TEST_F(StorageHandler, AFailedAllocationLosesNothing)
 {
-    const struct
-    {
-        std::uint8_t id;
-        std::uint8_t first;
-        std::uint32_t result;
-    } cases[] = {{0x60, 1, ZEL_OK}, {0x61, 0, ZEL_NOT_HANDLED}};
-    for (const auto& test : cases)
-    {
-        CMessage message;
-        message.SetMessageId(test.id);
-        message.AppendByte(test.first);
-        std::uint32_t id = 0;
-        void* decoded = nullptr;
-        EXPECT_EQ(handler.DecodeMessage(message, id, decoded), test.result);
-        EXPECT_EQ(id, 0u);
-        EXPECT_EQ(decoded, nullptr);
-    }
+    for (const bool areas : {true, false})
+        FailEachAllocation([&] {
+            const std::uint32_t result = areas ? Run(ZEL_STORAGE_LIST_AREAS, 0x24, kAreaReply)
+                                               : Run(ZEL_STORAGE_LIST_IDENTIFIERS, 0x07, kIdentifierReply);
+            EXPECT_EQ(std::memcmp(&m_record, &kRecord, sizeof kRecord) != 0, result == ZEL_OK);
+            EXPECT_TRUE(result != ZEL_OK || (areas ? TakeAreas().size() == 3 : TakeIdentifiers().size() == 2));
+            return result;
+        });
 }
-
-#ifndef _WIN32
-
-TEST_F(StorageHandlerTest, AFailedAllocationLosesNothing)
-{
-    CMessage event;
-    event.SetMessageId(0x60);
-    std::uint32_t id = 0;
-    void* decoded = nullptr;
-    // Allocations that each needs: four names and the array; the identifiers; the record.
-    const struct
-    {
-        unsigned allocations;
-        std::function<std::uint32_t()> run;
-    } cases[] = {
-        {5, [&] { return Ask(0xAA02, 0x24, kAreaReply); }},
-        {1,
-         [&] {
-             return Ask(0xAA03, 0x07, {0, 1, 0, 1, 0, 12, 0, 1, 0, 0, 0, 0, 0, 7});
-         }},
-        {1, [&] { return handler.DecodeMessage(event, id, decoded); }},
-    };
-    for (const auto& test : cases)
-        for (unsigned n = 1; n <= test.allocations; ++n)
-        {
-            const std::size_t live = host::LiveAllocations();
-            host::FailAllocation(n);
-            EXPECT_EQ(test.run(), 0x8007000Eu);
-            EXPECT_FALSE(host::IsFailurePending());
-            EXPECT_EQ(host::LiveAllocations(), live);
-            EXPECT_TRUE(IsUntouched());
-        }
-    EXPECT_EQ(decoded, nullptr);
-}
-
-#endif
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "handlers/SupplementaryServicesHandler.h"
 
-#include "support/HandlerChecks.h"
+#include "support/HandlerFixture.h"
 #include "support/Text.h"
 
 #include <algorithm>
@@ -10,14 +10,11 @@
 namespace
 {
 
-constexpr std::uint8_t kResource = 0x06;
-
-class SupplementaryServicesHandler : public testing::Test
+class SupplementaryServicesHandler : public HandlerFixture<CSupplementaryServicesHandler, 0x06>
 {
   protected:
     SupplementaryServicesHandler()
     {
-        m_handler.SetResource(kResource);
         for (std::size_t i = 0; i < std::size(m_details); ++i)
         {
             m_request.entries[i].detail = &m_details[i];
@@ -25,13 +22,8 @@ class SupplementaryServicesHandler : public testing::Test
         }
     }
 
-    std::uint32_t Ask(std::uint32_t messageId, void* record, const Bytes& reply)
-    {
-        m_phone.Reply(1, reply);
-        return m_handler.EncodeRequest(m_phone, messageId, record);
-    }
-    std::uint32_t Query(const Bytes& reply) { return Ask(ZEL_SUPPLEMENTARY_QUERY, &m_request, reply); }
-    std::uint32_t List(const Bytes& reply) { return Ask(ZEL_SUPPLEMENTARY_REQUEST, &m_list, reply); }
+    std::uint32_t Query(const Bytes& reply) { return Ask(ZEL_SUPPLEMENTARY_QUERY, &m_request, 1, reply); }
+    std::uint32_t List(const Bytes& reply) { return Ask(ZEL_SUPPLEMENTARY_REQUEST, &m_list, 1, reply); }
 
     /// Frees what a query or a list has brought.
     void Free()
@@ -52,8 +44,6 @@ class SupplementaryServicesHandler : public testing::Test
         detail.data = nullptr;
     }
 
-    CSupplementaryServicesHandler m_handler;
-    FakeSender m_phone;
     SupplementaryDetail m_details[4];
     SupplementaryRequest m_request = {0x11, 4, 0x21, 0xA1A2, {}};
     SupplementaryListRequest m_list = {0x11, 4, 0x21, 0xA1A2, 0, {nullptr}};
@@ -73,11 +63,6 @@ const Bytes kReply = {
     1,    0x55, 0x72, 0x55,                                   //
 };
 
-Bytes Values(const SupplementaryDetail& detail)
-{
-    return {detail.value_1, detail.value_2, detail.value_3, detail.value_4};
-}
-
 TEST_F(SupplementaryServicesHandler, SendsEveryRequest)
 {
     const CBStrOwner word = MakeText(u"ab\u20AC");
@@ -91,27 +76,22 @@ TEST_F(SupplementaryServicesHandler, SendsEveryRequest)
         {0x603, 3, &texts[0], {3, 0x21, 0xA1, 0xA2, 0, 1, 0, 12, 2, 0, 2, 0, 0, 'a', 0, 'b', 0, 0}},
         {0x603, 3, &texts[1], {3, 0x21, 0xA1, 0xA2, 0, 1, 0, 12, 9, 0, 9, 0, 0, 'a', 0, 'b', 0x20, 0xAC}},
         {0x603, 3, &texts[2], {3, 0x21, 0xA1, 0xA2, 0, 1, 0, 8, 9, 0, 9, 0, 0, 0}}};
-    using Refusal = std::tuple<std::uint8_t, Bytes, std::uint32_t>;
-    const Refusal refusals[] = {{2, {9, 1, 14, 9, 0x21, 7}, 0x621},
-                                {2, {9, 2, 15, 9, 9, 0x80}, 0x680},
-                                {2, {9, 1, 14, 9, 0, 7}, 0},
-                                {2, {9, 1, 13, 9, 5, 5}, 0},
-                                {2, {9, 0, 14, 9, 0x21}, 0},
-                                {2, {9, 1, 14, 9}, 0},
-                                {2, {}, 0},
-                                {3, {0x99, 1}, 0x699},
-                                {3, {0, 1}, 0}};
+    const std::vector<Outcome> refusals = {{2, {9, 1, 14, 9, 0x21, 7}, 0x621},
+                                           {2, {9, 2, 15, 9, 9, 0x80}, 0x680},
+                                           {2, {9, 1, 14, 9, 0, 7}, 0},
+                                           {2, {9, 1, 13, 9, 5, 5}, 0},
+                                           {2, {9, 0, 14, 9, 0x21}, 0},
+                                           {2, {9, 1, 14, 9}, 0},
+                                           {2, {}, 0},
+                                           {3, {0x99, 1}, 0x699},
+                                           {3, {0, 1}, 0}};
     for (const auto& [api, operation, text, body] : cases)
     {
         const auto check = [&, id = api, &sent = body](auto record) {
-            for (const auto& [reply, answer, result] : refusals)
-            {
-                m_phone.Reply(reply, answer);
-                ExpectRecordUntouched(m_handler, m_phone, id, record, result);
-            }
-            ExpectUnansweredKept(m_handler, m_phone, id, record);
-            EXPECT_EQ(Ask(id, &record, {}), ZEL_OK);
-            EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0, sent, {1}));
+            ExpectOutcomes(id, record, refusals);
+            ExpectUnanswered(id, record);
+            EXPECT_EQ(Ask(id, &record, 1, {}), ZEL_OK);
+            EXPECT_TRUE(Sent(0, sent, {1}));
         };
         m_request.operation = operation;
         if (api == ZEL_SUPPLEMENTARY_REQUEST)
@@ -123,7 +103,6 @@ TEST_F(SupplementaryServicesHandler, SendsEveryRequest)
 
 TEST_F(SupplementaryServicesHandler, FillsAndAllocatesEntries)
 {
-    const CLeakCheck leaks;
     m_request.entries[3].detail = static_cast<SupplementaryDetail*>(kUnreadable);
     m_request.entries[4].type = 0xEE;
     EXPECT_EQ(Query(kReply), ZEL_OK);
@@ -140,14 +119,12 @@ TEST_F(SupplementaryServicesHandler, FillsAndAllocatesEntries)
     for (std::size_t i = 0; i < std::size(expected); ++i)
     {
         const auto& [type, filled, allocated, text, data] = expected[i];
-        EXPECT_EQ(m_request.entries[i].type, type);
-        EXPECT_EQ(m_list.list.entries[i].type, type);
-        EXPECT_TRUE(SameBytes(filled, Values(m_details[i])));
-        EXPECT_TRUE(SameBytes(allocated, Values(m_list.list.entries[i].detail)));
-        for (const SupplementaryDetail& detail : {m_details[i], m_list.list.entries[i].detail})
+        EXPECT_EQ(std::tuple(m_request.entries[i].type, m_list.list.entries[i].type), std::tuple(type, type));
+        for (const auto& [values, detail] :
+             {std::pair(filled, m_details[i]), {allocated, m_list.list.entries[i].detail}})
         {
-            EXPECT_EQ(detail.text == nullptr, text.empty());
-            EXPECT_EQ(UnitsOf(detail.text), text);
+            EXPECT_TRUE(SameBytes(values, {detail.value_1, detail.value_2, detail.value_3, detail.value_4}));
+            EXPECT_EQ(std::tuple(detail.text == nullptr, UnitsOf(detail.text)), std::tuple(text.empty(), text));
             EXPECT_EQ(detail.data == nullptr, data.empty());
             EXPECT_TRUE(SameBytes(data, Bytes(detail.data, detail.data + data.size())));
         }
@@ -157,7 +134,6 @@ TEST_F(SupplementaryServicesHandler, FillsAndAllocatesEntries)
 
 TEST_F(SupplementaryServicesHandler, ReadsOnlyWhatTheReplyHolds)
 {
-    const CLeakCheck leaks;
     for (const Bytes& part : Truncations(kReply))
     {
         EXPECT_EQ(List(part), ZEL_OK);
@@ -190,21 +166,19 @@ TEST_F(SupplementaryServicesHandler, RefusesBadRecords)
 {
     for (std::uint32_t api = 0x601; api <= 0x604; ++api)
         ExpectBadRecordsRefused(m_handler, api);
-    for (const std::uint32_t api : {0x600u, 0x605u})
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, api, nullptr), ZEL_NOT_HANDLED);
+    ExpectNotHandled({0x600, 0x605});
 
     m_list.operation = 3;
-    for (const void* text : {static_cast<const void*>(nullptr), static_cast<const void*>(kUnreadable)})
+    for (void* text : {static_cast<void*>(nullptr), kUnreadable})
     {
         m_list.list.text = static_cast<const SupplementaryText*>(text);
-        ExpectRecordUntouched(m_handler, m_phone, 0x603, m_list, ZEL_E_FAIL);
+        ExpectRefused(0x603, m_list, ZEL_E_FAIL);
     }
     // 123 units fill the sub-block to the last byte that its length can name.
     const CBStrOwner longText = MakeText(std::u16string(200, u'x'));
     SupplementaryText text = {0, 124, longText.get()};
     m_list.list.text = &text;
-    ExpectRecordUntouched(m_handler, m_phone, 0x603, m_list, ZEL_E_ARGUMENT);
-    EXPECT_TRUE(m_phone.Requests().empty());
+    ExpectRefused(0x603, m_list, ZEL_E_ARGUMENT);
     text.length = 123;
     EXPECT_EQ(List({}), ZEL_OK);
     EXPECT_EQ(m_phone.Last().body[7], 252);
@@ -213,45 +187,36 @@ TEST_F(SupplementaryServicesHandler, RefusesBadRecords)
 
 TEST_F(SupplementaryServicesHandler, DecodesIndications)
 {
-    // Without fields nothing is delivered.
-    const std::tuple<std::uint8_t, Bytes, std::uint32_t, std::vector<unsigned>> cases[] = {
-        {16, {0x71, 9, 0x81, 0x82, 0, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 0}},
-        {16, {0x71, 9, 0x81, 0x82, 1, 7, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 7}},
-        {16, {0x71, 9, 0x81, 0x82, 2, 4, 8, 9, 0, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 4}},
-        {16, {0x71, 9, 0x81, 0x82, 1, 4, 8, 9, 1, 6, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 4}},
-        {16, {0x71, 9, 0x81, 0x82, 1, 4, 2}, ZEL_OK, {0, 0x71, 0x8182, 4}},
-        {16, {0x71, 9, 0x81, 0x82, 1}, ZEL_OK, {0, 0x71, 0x8182, 0}},
-        {16, {}, ZEL_OK, {0, 0, 0, 0}},
-        {16, {0x71, 9, 0x81, 0x82, 1, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_E_FAIL, {}},
-        {9, {1, 2, 3}, ZEL_OK, {}},
-        {17, {0x71, 9, 0x81, 0x82, 0}, ZEL_NOT_HANDLED, {}}};
-    for (const auto& [message, body, result, fields] : cases)
+    using Fields = std::tuple<std::uint32_t, unsigned, unsigned, unsigned>;
+    const std::tuple<Bytes, std::uint32_t, Fields> cases[] = {
+        {{0x71, 9, 0x81, 0x82, 0, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 0}},
+        {{0x71, 9, 0x81, 0x82, 1, 7, 8, 9, 1, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 7}},
+        {{0x71, 9, 0x81, 0x82, 2, 4, 8, 9, 0, 5, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 4}},
+        {{0x71, 9, 0x81, 0x82, 1, 4, 8, 9, 1, 6, 1, 2, 3}, ZEL_OK, {0, 0x71, 0x8182, 4}},
+        {{0x71, 9, 0x81, 0x82, 1, 4, 2}, ZEL_OK, {0, 0x71, 0x8182, 4}},
+        {{0x71, 9, 0x81, 0x82, 1}, ZEL_OK, {0, 0x71, 0x8182, 0}},
+        {{}, ZEL_OK, {0, 0, 0, 0}},
+        {{0x71, 9, 0x81, 0x82, 1, 4, 8, 9, 1, 5, 1, 2, 3}, ZEL_E_FAIL, {}}};
+    for (const auto& [body, result, fields] : cases)
     {
-        const auto decode = [&, id = message, &bytes = body, &expected = fields] {
-            CMessage received;
-            received.SetMessageId(id);
-            received.AppendBytes(bytes.size(), bytes.data());
-            std::uint32_t api = 0;
-            void* decoded = nullptr;
-            const std::uint32_t code = m_handler.DecodeMessage(received, api, decoded);
-            EXPECT_EQ(api, decoded == nullptr ? 0u : 0x605u);
-            EXPECT_EQ(decoded == nullptr, expected.empty() || code == kNoMemory);
+        const auto decode = [&, &sent = body, &expected = fields] {
+            SupplementaryIndication* decoded = nullptr;
+            const std::uint32_t code = Decode(16, sent, ZEL_SUPPLEMENTARY_INDICATION, decoded);
             // The record outlives FreeDecodedData.
-            EXPECT_EQ(m_handler.FreeDecodedData(0x605, decoded), ZEL_E_FAIL);
-            if (const auto* record = static_cast<const SupplementaryIndication*>(decoded))
+            EXPECT_EQ(m_handler.FreeDecodedData(ZEL_SUPPLEMENTARY_INDICATION, decoded), ZEL_E_FAIL);
+            const CTaskMemOwner<SupplementaryIndication> record(decoded);
+            if (record != nullptr)
             {
-                const unsigned values[] = {record->leading, record->first, record->second, record->block_id};
-                EXPECT_TRUE(std::equal(expected.begin(), expected.end(), values));
+                EXPECT_EQ(Fields(record->leading, record->first, record->second, record->block_id), expected);
                 EXPECT_EQ(record->detail, nullptr);
             }
-            CoTaskMemFree(decoded);
             return code;
         };
-        const CLeakCheck leaks;
-        EXPECT_EQ(decode(), result);
-        if (message == 16)
-            FailEachAllocation(decode);
+        EXPECT_EQ(decode(), result) << Hex(body);
+        FailEachAllocation(decode);
     }
+    ExpectNotDecoded(9, ZEL_OK);
+    ExpectNotDecoded(17);
 }
 
 }  // namespace

@@ -1,45 +1,46 @@
 #include "handlers/UserProfilesHandler.h"
 
-#include "support/HandlerChecks.h"
+#include "support/HandlerFixture.h"
 #include "support/Text.h"
 
-#include <algorithm>
 #include <iterator>
 #include <tuple>
+#include <utility>
 
 namespace
 {
 
-constexpr std::uint8_t kResource = 0x39;
 constexpr std::uint8_t kSettingIds[] = {12, 5, 6, 7};
 
-class UserProfilesHandler : public testing::Test
+/// A setting's leading word, profile bytes, status, type, id, number and text.
+using Setting = std::tuple<std::uint32_t, int, int, std::uint32_t, int, int, std::uint32_t, std::u16string>;
+
+class UserProfilesHandler : public HandlerFixture<CUserProfilesHandler, 0x39>
 {
   protected:
-    UserProfilesHandler() { m_handler.SetResource(kResource); }
+    std::uint32_t Write(const Bytes& reply) { return Ask(ZEL_PROFILES_WRITE_SETTINGS, &m_record, 0x04, reply); }
 
-    std::uint32_t Run(std::uint32_t messageId, std::uint8_t replyId, const Bytes& reply)
+    /// Takes the settings that have come.
+    std::uint32_t Read(const Bytes& reply)
     {
-        m_phone.Reply(replyId, reply);
-        return m_handler.EncodeRequest(m_phone, messageId, &m_record);
-    }
-    std::uint32_t Read(const Bytes& reply) { return Run(ZEL_PROFILES_READ_SETTINGS, 0x02, reply); }
-    std::uint32_t Write(const Bytes& reply) { return Run(ZEL_PROFILES_WRITE_SETTINGS, 0x04, reply); }
-
-    /// Frees what a read has brought.
-    void FreeSettings()
-    {
+        const std::uint32_t result = Ask(ZEL_PROFILES_READ_SETTINGS, &m_record, 0x02, reply);
+        EXPECT_EQ(m_record.settings == nullptr, m_record.count == 0);
+        m_read.clear();
+        const CTaskMemOwner<ProfileSetting> settings(std::exchange(m_record.settings, nullptr));
         for (std::uint32_t i = 0; i < m_record.count; ++i)
-            if (m_record.settings[i].setting_id == 12)
-                SysFreeString(m_record.settings[i].value.text);
-        CoTaskMemFree(m_record.settings);
+        {
+            const auto& [leading, profile, second, status, type, id, value] = settings.get()[i];
+            const CBStrOwner text(id == 12 ? value.text : nullptr);
+            EXPECT_EQ(text != nullptr, id == 12 && status == 1);
+            m_read.emplace_back(leading, profile, second, status, type, id, id == 12 ? 0 : value.u32,
+                                UnitsOf(text.get()));
+        }
         m_record.count = 0;
-        m_record.settings = nullptr;
+        return result;
     }
 
-    CUserProfilesHandler m_handler;
-    FakeSender m_phone;
     ProfileRecord m_record = {0x11, 0xA0, 0xA1, 4, 0xA3, {kSettingIds}, 0, nullptr};
+    std::vector<Setting> m_read;
 };
 
 const Bytes kSettingsReply = {
@@ -55,63 +56,41 @@ const Bytes kSettingsReply = {
 
 TEST_F(UserProfilesHandler, ReadsSettingsOfEveryType)
 {
-    const CLeakCheck leaks;
     EXPECT_EQ(Read(kSettingsReply), ZEL_OK);
-    EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0x01,
-                            {0xA0, 4, 1, 4, 0xA1, 12, 1, 4, 0xA1, 5, 1, 4, 0xA1, 6, 1, 4, 0xA1, 7}));
-    ASSERT_EQ(m_record.count, 7u);
-    // Profile bytes, status, type, setting id, number.
-    const std::uint32_t expected[][6] = {{3, 4, 1, 2, 12, 0},     {3, 4, 1, 8, 5, 0x09080706}, {},
-                                         {3, 4, 1, 2, 6, 0x0908}, {3, 4, 1, 1, 7, 9},          {0, 0, 2, 0, 12, 0},
-                                         {0xFF, 4, 1, 3, 8, 0}};
-    for (std::size_t i = 0; i < std::size(expected); ++i)
-    {
-        const auto& [leading, profile, second, status, type, id, value] = m_record.settings[i];
-        const std::uint32_t actual[] = {profile, second, status, type, id, i == 0 ? 0 : value.u32};
-        EXPECT_TRUE(std::equal(std::begin(actual), std::end(actual), expected[i])) << i;
-        EXPECT_EQ(leading, 0u);
-    }
-    EXPECT_EQ(UnitsOf(m_record.settings[0].value.text), u"Hi");
-    EXPECT_EQ(m_record.settings[5].value.text, nullptr);
-    FreeSettings();
+    EXPECT_TRUE(Sent(0x01, {0xA0, 4, 1, 4, 0xA1, 12, 1, 4, 0xA1, 5, 1, 4, 0xA1, 6, 1, 4, 0xA1, 7}));
+    const std::vector<Setting> expected = {
+        {0, 3, 4, 1, 2, 12, 0, u"Hi"},   {0, 3, 4, 1, 8, 5, 0x09080706, u""}, {},
+        {0, 3, 4, 1, 2, 6, 0x0908, u""}, {0, 3, 4, 1, 1, 7, 9, u""},          {0, 0, 0, 2, 0, 12, 0, u""},
+        {0, 0xFF, 4, 1, 3, 8, 0, u""}};
+    EXPECT_EQ(m_read, expected);
 }
 
 TEST_F(UserProfilesHandler, ReadsOnlyWhatTheReplyHolds)
 {
-    const CLeakCheck leaks;
     for (const Bytes& part : Truncations(kSettingsReply))
     {
         EXPECT_EQ(Read(part), ZEL_OK);
-        EXPECT_EQ(m_record.count, part.size() < 2 ? 0u : 7u);
-        EXPECT_EQ(m_record.settings == nullptr, part.size() < 2);
-        FreeSettings();
+        EXPECT_EQ(m_read.size(), part.size() < 2 ? 0u : 7u);
     }
     // A length beyond the reply; an empty text; an empty sub-block, behind which nothing is read.
     const Bytes texts = {0, 4, 2, 12, 12, 1, 3, 4, 0, 0xFF, 0, 'H', 0, 'i', 2, 8, 12, 1, 3, 4, 0, 0, 2, 2, 2, 8, 5, 2};
     EXPECT_EQ(Read(texts), ZEL_OK);
-    EXPECT_EQ(UnitsOf(m_record.settings[0].value.text), u"Hi" + std::u16string(253, 0));
-    ASSERT_NE(m_record.settings[1].value.text, nullptr);
-    EXPECT_EQ(SysStringLen(m_record.settings[1].value.text), 0u);
-    EXPECT_EQ(m_record.settings[3].setting_id, 0);
-    FreeSettings();
-    FailEachAllocation([&] {
-        const std::uint32_t result = Read(texts);
-        FreeSettings();
-        return result;
-    });
+    const std::vector<Setting> expected = {
+        {0, 3, 4, 1, 0xFF, 12, 0, u"Hi" + std::u16string(253, 0)}, {0, 3, 4, 1, 0, 12, 0, u""}, {}, {}};
+    EXPECT_EQ(m_read, expected);
+    FailEachAllocation([&] { return Read(texts); });
 }
 
 TEST_F(UserProfilesHandler, WritesSettingsAndReadsTheAnswersInOrder)
 {
     const CBStrOwner text = MakeText(u"a\u20AC");
-    ProfileSetting settings[7] = {{0, 3, 4, 9, 8, 12, {}}, {0, 3, 4, 9, 1, 5, {}}, {0, 3, 4, 9, 2, 6, {}},
-                                  {0, 3, 4, 9, 8, 7, {}},  {0, 3, 4, 9, 3, 8, {}}, {0, 3, 4, 9, 1, 12, {}},
-                                  {0, 3, 4, 9, 1, 12, {}}};
-    settings[0].value.text = text.get();
-    settings[1].value.u8 = 0xA1;
-    settings[2].value.u16 = 0xB1B2;
-    settings[3].value.u32 = 0xC1C2C3C4;
-    settings[6].value.text = static_cast<BSTR>(kUnreadable);
+    ProfileSetting settings[] = {{0, 3, 4, 9, 8, 12, {.text = text.get()}},
+                                 {0, 3, 4, 9, 1, 5, {.u8 = 0xA1}},
+                                 {0, 3, 4, 9, 2, 6, {.u16 = 0xB1B2}},
+                                 {0, 3, 4, 9, 8, 7, {.u32 = 0xC1C2C3C4}},
+                                 {0, 3, 4, 9, 3, 8, {}},
+                                 {0, 3, 4, 9, 1, 12, {.text = nullptr}},
+                                 {0, 3, 4, 9, 1, 12, {.text = static_cast<BSTR>(kUnreadable)}}};
     m_record.p0 = 7;
     m_record.in.settings = settings;
     EXPECT_EQ(Write({0x77, 3, 4, 8, 30, 31, 32, 0, 0, 0, 9, 4, 1, 1, 4, 8, 33, 34, 0x81, 0, 0, 0}), ZEL_OK);
@@ -125,14 +104,13 @@ TEST_F(UserProfilesHandler, WritesSettingsAndReadsTheAnswersInOrder)
         3, 12, 12, 3, 4, 0, 0, 2, 0,    0,    0,    0,                 // no text
         3, 12, 12, 3, 4, 0, 0, 2, 0,    0,    0,    0,                 // an unreadable one
     };
-    EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0x03, expected));
-    const std::uint32_t answers[][4] = {{30, 31, 32, 4}, {33, 34, 0x81, 1}, {6, 3, 9, 2}};
+    EXPECT_TRUE(Sent(0x03, expected));
+    const std::tuple<unsigned, unsigned, std::uint32_t, unsigned> answers[] = {
+        {30, 31, 32, 4}, {33, 34, 0x81, 1}, {6, 3, 9, 2}};
     for (std::size_t i = 0; i < std::size(answers); ++i)
-    {
-        const std::uint32_t actual[] = {settings[i].setting_id, settings[i].profile, settings[i].status,
-                                        settings[i].type};
-        EXPECT_TRUE(std::equal(std::begin(actual), std::end(actual), answers[i])) << i;
-    }
+        EXPECT_EQ(std::tuple(settings[i].setting_id, settings[i].profile, settings[i].status, settings[i].type),
+                  answers[i])
+            << i;
     // More answers than settings.
     m_record.p0 = 1;
     EXPECT_EQ(Write({0, 2, 4, 8, 1, 2, 3, 0, 0, 0, 4, 8, 9, 9, 9, 0, 0, 0}), ZEL_OK);
@@ -144,8 +122,7 @@ TEST_F(UserProfilesHandler, ATextHasAtMost33Bytes)
     for (const std::size_t units : {16u, 17u, 128u})
     {
         const CBStrOwner text = MakeText(std::u16string(units, u'x'));
-        ProfileSetting setting = {0, 0, 0, 0, 0, 12, {}};
-        setting.value.text = text.get();
+        ProfileSetting setting = {0, 0, 0, 0, 0, 12, {.text = text.get()}};
         m_record.p0 = 1;
         m_record.in.settings = &setting;
         EXPECT_EQ(Write({}), units == 16 ? ZEL_OK : 0x3907u);
@@ -163,20 +140,17 @@ TEST_F(UserProfilesHandler, ByteRequestsReportTheirStatus)
     for (const auto& [api, request, body] : cases)
     {
         const auto reply = static_cast<std::uint8_t>(request + 1);
-        for (const std::uint8_t status : Bytes{0, 2, 0x80, 0xFF})
-        {
-            m_phone.Reply(reply, {status, 1, 2, 3, 4, 5});
-            ExpectRecordUntouched(m_handler, m_phone, api, m_record, status == 0 ? 0u : 0x3900u | status);
-            EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, request, body));
-        }
-        m_phone.Reply(reply, {1, 0xB0, 0xB1, 0xB2});
+        ExpectOutcomes(api, m_record,
+                       {{reply, {0, 1, 2, 3, 4, 5}, ZEL_OK},
+                        {reply, {2, 1, 2, 3, 4, 5}, 0x3902},
+                        {reply, {0x80, 1, 2, 3, 4, 5}, 0x3980},
+                        {reply, {0xFF, 1, 2, 3, 4, 5}, 0x39FF}});
+        EXPECT_TRUE(Sent(request, body));
         ProfileRecord record = m_record;
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, api, &record), ZEL_OK);
-        const bool reads = api == 0x3904;
-        EXPECT_EQ(record.p0, reads ? 0xB0 : 0xA0);
-        EXPECT_EQ(record.p2, reads ? 0xB2 : 0xA2);
-        EXPECT_EQ(record.p3, reads ? 0 : 0xA3);
-        ExpectUnansweredKept(m_handler, m_phone, api, m_record);
+        EXPECT_EQ(Ask(api, &record, reply, {1, 0xB0, 0xB1, 0xB2}), ZEL_OK);
+        EXPECT_EQ((Bytes{record.p0, record.p1, record.p2, record.p3}),
+                  api == 0x3904 ? (Bytes{0xB0, 0xB1, 0xB2, 0}) : (Bytes{0xA0, 0xA1, 0xA2, 0xA3}));
+        ExpectUnanswered(api, m_record);
     }
 }
 
@@ -189,22 +163,18 @@ TEST_F(UserProfilesHandler, BadRecordsAndOtherMessages)
     {
         ProfileSetting setting = {};
         m_record.in.settings = &setting;
-        ExpectUnansweredKept(m_handler, m_phone, api, m_record);
+        ExpectUnanswered(api, m_record);
         m_record.in.setting_ids = static_cast<const std::uint8_t*>(kUnreadable);
-        ExpectRecordUntouched(m_handler, m_phone, api, m_record, ZEL_E_FAIL);
+        ExpectRefused(api, m_record, ZEL_E_FAIL);
     }
-    EXPECT_TRUE(m_phone.Requests().empty());
     for (void* record : {static_cast<void*>(nullptr), kUnreadable})
     {
-        m_phone.Reply(0x0A, {1});
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, 0x3903, record), ZEL_OK);
-        m_phone.Reply(0x06, {3});
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, 0x3904, record), 0x3903u);
-        m_phone.Reply(0x06, {1, 1, 2, 3, 4});
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, 0x3904, record), ZEL_E_FAIL);
+        EXPECT_EQ(Ask(0x3903, record, 0x0A, {1}), ZEL_OK);
+        EXPECT_EQ(Ask(0x3904, record, 0x06, {3}), 0x3903u);
+        EXPECT_EQ(Ask(0x3904, record, 0x06, {1, 1, 2, 3, 4}), ZEL_E_FAIL);
     }
-    for (const std::uint32_t api : {0x3900u, 0x3906u})
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, api, nullptr), ZEL_NOT_HANDLED);
+    ExpectNotHandled({0x3900, 0x3906});
+    ExpectNoIndications(ZEL_PROFILES_READ_SETTINGS);
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 #include "fuzz/FuzzService.h"
 #include "handlers/CalendarHandler.h"
 
-#include <cstring>
-
 namespace
 {
 
@@ -15,8 +13,7 @@ void RequestList(CFuzzCase& fuzz)
 {
     CalendarListRecord record = {0, fuzz.Word(), fuzz.Byte(), 0, nullptr};
     fuzz.Request(&record);
-    Touch(record.locations, record.count * sizeof *record.locations);
-    CoTaskMemFree(record.locations);
+    TakeBlock(record.locations, record.count * sizeof *record.locations);
 }
 
 void RequestRead(CFuzzCase& fuzz)
@@ -24,12 +21,9 @@ void RequestRead(CFuzzCase& fuzz)
     CalendarEntryRecord record = {0, fuzz.Dword(), 0, nullptr};
     fuzz.Request(&record);
     for (std::int32_t i = 0; i < record.count; ++i)
-    {
-        Touch(&record.fields[i], sizeof record.fields[i]);
         if (HoldsText(record.fields[i]))
             TakeText(record.fields[i].value.text);
-    }
-    CoTaskMemFree(record.fields);
+    TakeBlock(record.fields, static_cast<std::size_t>(record.count) * sizeof *record.fields);
 }
 
 void RequestWrite(CFuzzCase& fuzz)
@@ -50,36 +44,9 @@ void RequestWrite(CFuzzCase& fuzz)
     Require(record.fields == fields.data() && record.count >= 0 && record.count <= count, "a write keeps the fields");
 }
 
-/// A record that holds nothing to be freed.
-template <typename Record>
-void RequestPlain(CFuzzCase& fuzz)
-{
-    Record record = {};
-    const auto bytes = fuzz.Block(sizeof record);
-    std::memcpy(&record, bytes.data(), bytes.size());
-    fuzz.Request(&record);
-    Touch(&record, sizeof record);
-}
-
-void Request(CFuzzCase& fuzz)
-{
-    switch (fuzz.MessageId())
-    {
-    case ZEL_CALENDAR_LIST:
-        return RequestList(fuzz);
-    case ZEL_CALENDAR_READ:
-        return RequestRead(fuzz);
-    case ZEL_CALENDAR_WRITE:
-        return RequestWrite(fuzz);
-    case ZEL_CALENDAR_KIND_OPERATION:
-        return RequestPlain<CalendarKindRecord>(fuzz);
-    case ZEL_CALENDAR_SUMMARY:
-        return RequestPlain<CalendarSummaryRecord>(fuzz);
-    default:
-        return RequestPlain<CalendarLocationRecord>(fuzz);
-    }
-}
-
-const CFuzzService g_calendar(0x13, NewHandler<CCalendarHandler>, Request);
+const CFuzzService g_calendar(0x13, NewHandler<CCalendarHandler>,
+                              {RequestList, RequestRead, RequestWrite, RequestPlain<CalendarLocationRecord>,
+                               RequestPlain<CalendarKindRecord>, RequestPlain<CalendarSummaryRecord>,
+                               RequestPlain<CalendarLocationRecord>});
 
 }  // namespace

@@ -44,8 +44,6 @@ void QueryStatus(CFuzzCase& fuzz)
 
 void Request(CFuzzCase& fuzz)
 {
-    if (fuzz.MessageId() == ZEL_CALL_STATUS_QUERY)
-        return QueryStatus(fuzz);
     CallRecord record = {0, fuzz.Byte(), static_cast<std::uint8_t>(fuzz.Byte() % 8), 0, nullptr};
     std::vector<CallElement> elements;
     for (std::uint8_t i = 0; i < record.count_or_mode; ++i)
@@ -62,6 +60,6 @@ void Deliver(std::uint32_t, void* record)
     TakeTexts(call.elements, call.count_or_mode);
 }
 
-const CFuzzService g_call(0x01, NewHandler<CCallHandler>, Request, Deliver);
+const CFuzzService g_call(0x01, NewHandler<CCallHandler>, {Request, Request, Request, QueryStatus, Request}, Deliver);
 
 }  // namespace

@@ -13,6 +13,6 @@ void Request(CFuzzCase& fuzz)
         TakeText(record.name);
 }
 
-const CFuzzService g_file(0x6D, NewHandler<CFile2Handler>, Request);
+const CFuzzService g_file(0x6D, NewHandler<CFile2Handler>, {Request});
 
 }  // namespace

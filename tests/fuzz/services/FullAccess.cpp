@@ -15,11 +15,10 @@ void Deliver(std::uint32_t, void* record)
 {
     auto* const raw = static_cast<RawMessage*>(record);
     Require(raw->size == sizeof *raw, "a raw message tells its size");
-    Touch(raw->bytes, raw->count);
-    CoTaskMemFree(raw->bytes);
+    TakeBlock(raw->bytes, raw->count);
     CoTaskMemFree(raw);
 }
 
-const CFuzzService g_fullAccess(0xFF, NewHandler<CFullAccessHandler>, Request, Deliver);
+const CFuzzService g_fullAccess(0xFF, NewHandler<CFullAccessHandler>, {Request}, Deliver);
 
 }  // namespace

@@ -17,6 +17,6 @@ void Deliver(std::uint32_t, void* record)
     Require(event.size == sizeof event && event.event <= 0xFF && event.reserved == 0, "an event's fields");
 }
 
-const CFuzzService g_messaging(0x66, NewHandler<CMessagingHandler>, Request, Deliver);
+const CFuzzService g_messaging(0x66, NewHandler<CMessagingHandler>, {Request}, Deliver);
 
 }  // namespace

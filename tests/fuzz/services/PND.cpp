@@ -104,48 +104,7 @@ void RequestStore14(CFuzzCase& fuzz)
     fuzz.Request(&record);
     if (record.items == items.data())
         return;
-    Touch(record.items, record.count * sizeof *record.items);
-    CoTaskMemFree(record.items);
-}
-
-/// A record that holds nothing to be freed.
-template <typename Record>
-void RequestPlain(CFuzzCase& fuzz)
-{
-    Record record = {};
-    const auto bytes = fuzz.Block(sizeof record);
-    std::memcpy(&record, bytes.data(), bytes.size());
-    fuzz.Request(&record);
-    Touch(&record, sizeof record);
-}
-
-void Request(CFuzzCase& fuzz)
-{
-    switch (fuzz.MessageId())
-    {
-    case ZEL_PND_READ_ENTRY:
-    case ZEL_PND_READ_FIELDS:
-        return RequestRead(fuzz);
-    case ZEL_PND_WRITE_ENTRY:
-    case ZEL_PND_WRITE_FIELDS:
-    case ZEL_PND_WRITE_STORE_16:
-        return RequestWrite(fuzz);
-    case ZEL_PND_LIST:
-        return RequestList(fuzz);
-    case ZEL_PND_READ_STORE_14:
-    case ZEL_PND_WRITE_STORE_14:
-        return RequestStore14(fuzz);
-    case ZEL_PND_READ_STORE_16:
-        return RequestReadStore16(fuzz);
-    case ZEL_PND_COMMAND_28:
-        return RequestPlain<PndCommand28Record>(fuzz);
-    case ZEL_PND_COMMAND_15:
-        return RequestPlain<PndCommand15Record>(fuzz);
-    case ZEL_PND_STORE_STATE:
-        return RequestPlain<PndStoreStateRecord>(fuzz);
-    default:
-        return RequestPlain<PndCommandRecord>(fuzz);
-    }
+    TakeBlock(record.items, record.count * sizeof *record.items);
 }
 
 void Deliver(std::uint32_t, void* record)
@@ -155,6 +114,11 @@ void Deliver(std::uint32_t, void* record)
     Touch(record, sizeof event);
 }
 
-const CFuzzService g_pnd(0x03, NewHandler<CPNDHandler>, Request, Deliver);
+const CFuzzService g_pnd(0x03, NewHandler<CPNDHandler>,
+                         {RequestPlain<PndCommandRecord>, RequestPlain<PndCommandRecord>, RequestRead, RequestWrite,
+                          RequestRead, RequestWrite, RequestPlain<PndCommand28Record>, RequestPlain<PndCommand15Record>,
+                          RequestList, RequestStore14, RequestStore14, RequestReadStore16, RequestWrite,
+                          RequestPlain<PndStoreStateRecord>, RequestPlain<PndCommandRecord>},
+                         Deliver);
 
 }  // namespace

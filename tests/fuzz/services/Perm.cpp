@@ -17,17 +17,14 @@ void Read(CFuzzCase& fuzz)
         const PermissionChunk& chunk = record.chunks[i];
         Require(chunk.offset == offset, "an offset is the sum of the lengths before");
         Require((chunk.bytes == nullptr) == (chunk.length == 0), "bytes come with their length");
-        Touch(chunk.bytes, chunk.length);
-        CoTaskMemFree(chunk.bytes);
+        TakeBlock(chunk.bytes, chunk.length);
         offset += chunk.length;
     }
     CoTaskMemFree(record.chunks);
 }
 
-void Request(CFuzzCase& fuzz)
+void Write(CFuzzCase& fuzz)
 {
-    if (fuzz.MessageId() == ZEL_PERMISSIONS_READ)
-        return Read(fuzz);
     const std::uint16_t key = fuzz.Word();
     std::vector<std::vector<std::uint8_t>> blocks(fuzz.Byte() % 8);
     std::vector<PermissionChunk> chunks;
@@ -40,6 +37,6 @@ void Request(CFuzzCase& fuzz)
     fuzz.Request(&record);
 }
 
-const CFuzzService g_permissions(0x23, NewHandler<CPermHandler>, Request);
+const CFuzzService g_permissions(0x23, NewHandler<CPermHandler>, {Write, Read, Write});
 
 }  // namespace

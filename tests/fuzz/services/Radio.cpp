@@ -9,11 +9,6 @@ void List(CFuzzCase& fuzz)
 {
     RadioList list = {};
     fuzz.Request(&list);
-    for (std::size_t i = 0; i < list.count; ++i)
-    {
-        TouchText(list.items[i].name);
-        Touch(list.items[i].data, list.items[i].data_length);
-    }
     FreeReceived(list);
 }
 
@@ -37,16 +32,6 @@ void Setting(CFuzzCase& fuzz)
         TakeText(setting.text);
 }
 
-void Request(CFuzzCase& fuzz)
-{
-    if (fuzz.MessageId() == ZEL_RADIO_LIST)
-        List(fuzz);
-    else if (fuzz.MessageId() == ZEL_RADIO_WRITE_ITEM)
-        WriteItem(fuzz);
-    else
-        Setting(fuzz);
-}
-
-const CFuzzService g_radio(0x3E, NewHandler<CRadioHandler>, Request);
+const CFuzzService g_radio(0x3E, NewHandler<CRadioHandler>, {List, WriteItem, Setting});
 
 }  // namespace

@@ -12,12 +12,11 @@ constexpr std::uint8_t kTransport = 0x02;
 constexpr std::uint8_t kStore = 0x14;
 
 /// Reads a block that a request gave and frees it; one that stands where it stood before is the input's.
-void TakeBlock(const std::uint8_t* block, std::size_t size, const std::uint8_t* before)
+void TakeNew(const std::uint8_t* block, std::size_t size, const std::uint8_t* before)
 {
     if (block == before)
         return;
-    Touch(block, size);
-    CoTaskMemFree(const_cast<std::uint8_t*>(block));
+    TakeBlock(const_cast<std::uint8_t*>(block), size);
 }
 
 /// The application's blocks of bytes, of lengths that the input chooses.
@@ -45,8 +44,7 @@ void List(CFuzzCase& fuzz)
 {
     SmsList record = {0, {fuzz.Byte(), fuzz.Byte(), fuzz.Byte()}, 0, nullptr};
     fuzz.Request(&record);
-    Touch(record.values, record.count * sizeof *record.values);
-    CoTaskMemFree(record.values);
+    TakeBlock(record.values, record.count * sizeof *record.values);
 }
 
 void Submit(CFuzzCase& fuzz)
@@ -69,16 +67,13 @@ void Stored(CFuzzCase& fuzz)
     record.parameters = Group(fuzz, blocks);
     const SmsStoredMessage before = record;
     fuzz.Request(&record);
-    TakeBlock(record.content.first_block, ZEL_SMS_BLOCK_LENGTH, before.content.first_block);
-    TakeBlock(record.content.second_block, ZEL_SMS_BLOCK_LENGTH, before.content.second_block);
+    TakeNew(record.content.first_block, ZEL_SMS_BLOCK_LENGTH, before.content.first_block);
+    TakeNew(record.content.second_block, ZEL_SMS_BLOCK_LENGTH, before.content.second_block);
     for (std::size_t i = 0; i < 4; ++i)
-        TakeBlock(BlocksOf(record.parameters)[i].first, BlocksOf(record.parameters)[i].second,
-                  BlocksOf(before.parameters)[i].first);
+        TakeNew(BlocksOf(record.parameters)[i].first, BlocksOf(record.parameters)[i].second,
+                BlocksOf(before.parameters)[i].first);
     if (record.time != before.time)
-    {
-        Touch(record.time, sizeof *record.time);
-        CoTaskMemFree(record.time);
-    }
+        TakeBlock(record.time, sizeof *record.time);
 }
 
 void Details(CFuzzCase& fuzz)
@@ -86,9 +81,9 @@ void Details(CFuzzCase& fuzz)
     SmsDetails record = {};
     record.location = fuzz.Word();
     fuzz.Request(&record);
-    TakeBlock(record.first_block, ZEL_SMS_DETAIL_LENGTH, nullptr);
-    TakeBlock(record.second_block, ZEL_SMS_DETAIL_LENGTH, nullptr);
-    TakeBlock(record.third_block, ZEL_SMS_BLOCK_LENGTH, nullptr);
+    TakeNew(record.first_block, ZEL_SMS_DETAIL_LENGTH, nullptr);
+    TakeNew(record.second_block, ZEL_SMS_DETAIL_LENGTH, nullptr);
+    TakeNew(record.third_block, ZEL_SMS_BLOCK_LENGTH, nullptr);
     TakeText(record.text);
 }
 
@@ -96,9 +91,9 @@ void Addresses(CFuzzCase& fuzz)
 {
     SmsAddresses record = {};
     fuzz.Request(&record);
-    TakeBlock(record.first_address, record.first_address_length, nullptr);
-    TakeBlock(record.second_address, record.second_address == nullptr ? 0 : record.second_address_length, nullptr);
-    TakeBlock(record.block, record.block_length, nullptr);
+    TakeNew(record.first_address, record.first_address_length, nullptr);
+    TakeNew(record.second_address, record.second_address == nullptr ? 0 : record.second_address_length, nullptr);
+    TakeNew(record.block, record.block_length, nullptr);
 }
 
 void Texts(CFuzzCase& fuzz)
@@ -148,7 +143,7 @@ void Deliver(std::uint32_t messageId, void* record)
     Touch(message.content.second_block, message.content.second_block_length);
 }
 
-const CFuzzService g_store(kStore, NewHandler<CSMSHandler>, Request, Deliver);
-const CFuzzService g_transport(kTransport, NewHandler<CSMSHandler>, Request, Deliver);
+const CFuzzService g_store(kStore, NewHandler<CSMSHandler>, {Request}, Deliver);
+const CFuzzService g_transport(kTransport, NewHandler<CSMSHandler>, {Request}, Deliver);
 
 }  // namespace

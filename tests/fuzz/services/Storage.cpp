@@ -25,16 +25,11 @@ void ListIdentifiers(CFuzzCase& fuzz)
     StorageIdentifierList list = {};
     list.area = fuzz.Byte();
     fuzz.Request(&list);
-    Touch(list.identifiers, list.count * sizeof *list.identifiers);
-    CoTaskMemFree(list.identifiers);
+    TakeBlock(list.identifiers, list.count * sizeof *list.identifiers);
 }
 
-void Request(CFuzzCase& fuzz)
+void Command(CFuzzCase& fuzz)
 {
-    if (fuzz.MessageId() == ZEL_STORAGE_LIST_AREAS)
-        return ListAreas(fuzz);
-    if (fuzz.MessageId() == ZEL_STORAGE_LIST_IDENTIFIERS)
-        return ListIdentifiers(fuzz);
     StorageThreeByteCommand record = {fuzz.Dword(), fuzz.Dword(), fuzz.Word(), fuzz.Word(), fuzz.Word()};
     fuzz.Request(&record);
 }
@@ -47,6 +42,7 @@ void Deliver(std::uint32_t, void* record)
         Require(value <= 0xFF || value == 0xFFFF, "an event's value is a byte, or none");
 }
 
-const CFuzzService g_storage(0xAA, NewHandler<CStorageHandler>, Request, Deliver);
+const CFuzzService g_storage(0xAA, NewHandler<CStorageHandler>, {Command, ListAreas, ListIdentifiers, Command},
+                             Deliver);
 
 }  // namespace

@@ -7,8 +7,7 @@ namespace
 void Take(const SupplementaryDetail& detail)
 {
     TakeText(detail.text);
-    Touch(detail.data, detail.data == nullptr ? 0 : 1);
-    CoTaskMemFree(detail.data);
+    TakeBlock(detail.data, detail.data == nullptr ? 0 : 1);
 }
 
 void List(CFuzzCase& fuzz)
@@ -24,10 +23,8 @@ void List(CFuzzCase& fuzz)
     CoTaskMemFree(record.list.entries);
 }
 
-void Request(CFuzzCase& fuzz)
+void Query(CFuzzCase& fuzz)
 {
-    if (fuzz.MessageId() == ZEL_SUPPLEMENTARY_REQUEST)
-        return List(fuzz);
     // On the heap, so that an entry too many is seen.
     const auto record = std::make_unique<SupplementaryRequest>();
     record->operation = fuzz.Byte();
@@ -45,6 +42,7 @@ void Deliver(std::uint32_t, void* record)
     CoTaskMemFree(record);
 }
 
-const CFuzzService g_supplementary(0x06, NewHandler<CSupplementaryServicesHandler>, Request, Deliver);
+const CFuzzService g_supplementary(0x06, NewHandler<CSupplementaryServicesHandler>, {Query, Query, List, Query},
+                                   Deliver);
 
 }  // namespace

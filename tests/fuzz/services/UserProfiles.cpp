@@ -4,22 +4,26 @@
 namespace
 {
 
-void Read(CFuzzCase& fuzz, ProfileRecord& record)
+ProfileRecord Record(CFuzzCase& fuzz)
 {
+    return {0, fuzz.Byte(), fuzz.Byte(), fuzz.Byte(), fuzz.Byte(), {}, 0, nullptr};
+}
+
+void Read(CFuzzCase& fuzz)
+{
+    ProfileRecord record = Record(fuzz);
     const auto ids = fuzz.Block(record.p2);
     record.in.setting_ids = ids.data();
     fuzz.Request(&record);
     for (std::uint32_t i = 0; i < record.count; ++i)
-    {
-        Touch(&record.settings[i], sizeof record.settings[i]);
         if (record.settings[i].setting_id == ZEL_PROFILES_SETTING_TEXT)
             TakeText(record.settings[i].value.text);
-    }
-    CoTaskMemFree(record.settings);
+    TakeBlock(record.settings, record.count * sizeof *record.settings);
 }
 
-void Write(CFuzzCase& fuzz, ProfileRecord& record)
+void Write(CFuzzCase& fuzz)
 {
+    ProfileRecord record = Record(fuzz);
     std::vector<ProfileSetting> settings(record.p0);
     std::vector<CBStrOwner> texts;
     for (ProfileSetting& setting : settings)
@@ -33,17 +37,12 @@ void Write(CFuzzCase& fuzz, ProfileRecord& record)
     fuzz.Request(&record);
 }
 
-void Request(CFuzzCase& fuzz)
+void Bytes(CFuzzCase& fuzz)
 {
-    ProfileRecord record = {0, fuzz.Byte(), fuzz.Byte(), fuzz.Byte(), fuzz.Byte(), {}, 0, nullptr};
-    if (fuzz.MessageId() == ZEL_PROFILES_READ_SETTINGS)
-        Read(fuzz, record);
-    else if (fuzz.MessageId() == ZEL_PROFILES_WRITE_SETTINGS)
-        Write(fuzz, record);
-    else
-        fuzz.Request(&record);
+    ProfileRecord record = Record(fuzz);
+    fuzz.Request(&record);
 }
 
-const CFuzzService g_profiles(0x39, NewHandler<CUserProfilesHandler>, Request);
+const CFuzzService g_profiles(0x39, NewHandler<CUserProfilesHandler>, {Read, Write, Bytes});
 
 }  // namespace

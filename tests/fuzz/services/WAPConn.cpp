@@ -17,6 +17,6 @@ void Request(CFuzzCase& fuzz)
         TakeText(connection.second_text);
 }
 
-const CFuzzService g_wap(0x3F, NewHandler<CWAPConnHandler>, Request);
+const CFuzzService g_wap(0x3F, NewHandler<CWAPConnHandler>, {Request});
 
 }  // namespace

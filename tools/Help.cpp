@@ -3,8 +3,6 @@
 #include "Failure.h"
 #include "Modules.h"
 
-#include <algorithm>
-
 namespace zelctl
 {
 namespace
@@ -22,8 +20,10 @@ constexpr std::size_t kLeftColumn = 44;
 
 std::string Line(const std::string& left, const std::string& right)
 {
-    const std::size_t width = std::max(kLeftColumn, left.size() + 1);
-    return "  " + left + std::string(width - left.size(), ' ') + right + "\n";
+    const bool fits = left.size() < kLeftColumn;
+    const std::string gap =
+        fits ? std::string(kLeftColumn - left.size(), ' ') : "\n" + std::string(kLeftColumn + 2, ' ');
+    return "  " + left + gap + right + "\n";
 }
 
 std::string OptionLines(std::span<const Option> options)

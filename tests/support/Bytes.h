@@ -18,6 +18,20 @@ inline Bytes BodyOf(const CMsgBase& message)
     return message.GetSize() == 0 ? Bytes() : Bytes(message.GetData(), message.GetData() + message.GetSize());
 }
 
+template <typename Value>
+std::vector<Value> operator+(std::vector<Value> first, const std::vector<Value>& second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+/// `count` bytes of memory.
+inline Bytes BytesAt(const void* memory, std::size_t count)
+{
+    const auto* first = static_cast<const std::uint8_t*>(memory);
+    return Bytes(first, first + count);
+}
+
 inline std::string Hex(const Bytes& bytes)
 {
     std::ostringstream out;

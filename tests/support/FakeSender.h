@@ -29,11 +29,16 @@ class FakeSender : public CDataSender
         m_versions[resource] = {major, minor};
     }
     void SetTimeParameters(std::uint16_t first, std::uint16_t second) { m_timeParameters = {first, second}; }
+    /// From now on asking for the time parameters throws this.
+    void ThrowForTimeParameters(std::uint32_t result) { m_timeFailure = result; }
 
     const std::vector<Sent>& Requests() const { return m_sent; }
     const Sent& Last() const { return m_sent.back(); }
     /// Bytes of each raw send.
     const std::vector<Bytes>& Raw() const { return m_raw; }
+    /// The resources whose versions were asked for.
+    const Bytes& VersionQueries() const { return m_versionQueries; }
+    unsigned TimeQueries() const { return m_timeQueries; }
 
     std::uint32_t Send(CMessage& message, std::uint32_t timeoutMs) override
     {
@@ -73,6 +78,7 @@ class FakeSender : public CDataSender
 
     std::uint32_t GetServiceVersion(std::uint8_t resource, std::uint8_t& major, std::uint8_t& minor) override
     {
+        m_versionQueries.push_back(resource);
         const auto version = m_versions.find(resource);
         if (version == m_versions.end())
             return 0x80100010;
@@ -83,6 +89,9 @@ class FakeSender : public CDataSender
 
     std::uint32_t GetTimeServiceParameters(std::uint16_t& first, std::uint16_t& second) override
     {
+        ++m_timeQueries;
+        if (m_timeFailure != 0)
+            throw m_timeFailure;
         first = m_timeParameters.first;
         second = m_timeParameters.second;
         return 0;
@@ -101,6 +110,9 @@ class FakeSender : public CDataSender
     std::vector<Bytes> m_raw;
     std::map<std::uint8_t, std::pair<std::uint8_t, std::uint8_t>> m_versions;
     std::pair<std::uint16_t, std::uint16_t> m_timeParameters;
+    std::uint32_t m_timeFailure = 0;
+    Bytes m_versionQueries;
+    unsigned m_timeQueries = 0;
 };
 
 /// Compares a request with what it must have been.

@@ -1,58 +1,21 @@
 #include "handlers/SMSHandler.h"
 
 #include "support/HandlerChecks.h"
+#include "support/HostZone.h"
+#include "support/RawRecord.h"
 #include "support/Text.h"
 
+#include <map>
 #include <numeric>
 #include <tuple>
+#include <utility>
 
 namespace
 {
 
-Bytes operator+(Bytes left, const Bytes& right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-Bytes BytesAt(const void* block, std::size_t count)
-{
-    const auto* first = static_cast<const std::uint8_t*>(block);
-    return Bytes(first, first + count);
-}
-
-/// The largest record, as the bytes that an application hands over.
-struct RawRecord
-{
-    alignas(8) std::uint8_t bytes[136] = {};
-
-    void* PointerAt(std::size_t offset) const
-    {
-        void* pointer = nullptr;
-        std::memcpy(&pointer, bytes + offset, sizeof pointer);
-        return pointer;
-    }
-    Bytes Part(std::size_t offset, std::size_t count) const { return BytesAt(bytes + offset, count); }
-};
-
-/// Counts the questions that a request asks beside its exchange.
-class CountingSender : public FakeSender
-{
-  public:
-    std::uint32_t GetServiceVersion(std::uint8_t resource, std::uint8_t& major, std::uint8_t& minor) override
-    {
-        asked.push_back(resource);
-        return FakeSender::GetServiceVersion(resource, major, minor);
-    }
-    std::uint32_t GetTimeServiceParameters(std::uint16_t& first, std::uint16_t& second) override
-    {
-        ++timeQueries;
-        return FakeSender::GetTimeServiceParameters(first, second);
-    }
-
-    Bytes asked;
-    int timeQueries = 0;
-};
+/// What fills a record before a read, also in the place of pointers.
+constexpr std::uint8_t kFill = 0xCC;
+const Bytes kNull(8);
 
 // Both addresses, user data and extra parameters of a parameter set.
 const Bytes kItems = {
@@ -63,36 +26,15 @@ const Bytes kItems = {
 };
 const Bytes kTimeItem = {0x84, 12, 0x07, 0xE7, 6, 15, 12, 30, 45, 0, 0, 0};  // 15 June 2023, 12:30:45
 
-struct Parameters
+/// kItems in the parameter group at this offset of a record.
+Parts GroupFields(std::size_t at)
 {
-    std::uint8_t first[3] = {1, 2, 3};
-    std::uint8_t second[1] = {9};
-    std::uint8_t data[2] = {0xAA, 0xBB};
-    std::uint8_t extra[1] = {0x77};
-    SmsParameterGroup group = {0, 0x91, 3, first, 0x81, 1, second, 1, extra, 0x01FF, 2, data};
-};
-
-void Free(std::initializer_list<void*> blocks)
-{
-    for (void* block : blocks)
-        CoTaskMemFree(block);
+    return {{at + 4, {0x91}},        {at + 8, {3, 0, 0, 0}}, {at + 24, {0x81}},      {at + 28, {1, 0, 0, 0}},
+            {at + 40, {1, 0, 0, 0}}, {at + 56, {0xFF, 0}},   {at + 60, {2, 0, 0, 0}}};
 }
-
-void FreeMessage(const SmsStoredMessage& record)
+Parts GroupBlocks(std::size_t at)
 {
-    const SmsParameterGroup& group = record.parameters;
-    Free({group.first_address, group.second_address, group.user_data, group.extra, record.content.first_block,
-          record.content.second_block, record.time});
-}
-
-void ExpectItems(const SmsParameterGroup& group)
-{
-    ASSERT_EQ((Bytes{group.first_address_type, group.second_address_type}), (Bytes{0x91, 0x81}));
-    ASSERT_EQ(std::tie(group.first_address_length, group.second_address_length), std::make_tuple(3u, 1u));
-    ASSERT_EQ(std::tie(group.user_data_coding, group.user_data_length, group.extra_length),
-              std::make_tuple(0xFF, 2u, 1u));
-    EXPECT_EQ(BytesAt(group.first_address, 3) + BytesAt(group.second_address, 1), (Bytes{1, 2, 3, 9}));
-    EXPECT_EQ(BytesAt(group.user_data, 2) + BytesAt(group.extra, 1), (Bytes{0xAA, 0xBB, 0x77}));
+    return {{at + 16, {1, 2, 3}}, {at + 32, {9}}, {at + 48, {0x77}}, {at + 64, {0xAA, 0xBB}}};
 }
 
 class SMSHandlerTest : public testing::Test
@@ -100,114 +42,84 @@ class SMSHandlerTest : public testing::Test
   protected:
     SMSHandlerTest() { handler.SetResource(20); }
 
-    std::uint32_t Encode(std::uint32_t id, void* record) { return handler.EncodeRequest(phone, id, record); }
-
     std::uint32_t Ask(std::uint32_t id, void* record, std::uint8_t replyId, const Bytes& reply)
     {
         phone.Reply(replyId, reply);
-        return Encode(id, record);
+        return handler.EncodeRequest(phone, id, record);
     }
 
-    /// Reads a stored message whose sub-block is `block`.
-    std::uint32_t ReadStored(SmsStoredMessage& record, const Bytes& block)
+    std::uint32_t Decode(std::uint8_t id, const Bytes& body)
     {
-        return Ask(0x1403, &record, 3, Bytes{0, 0x5A, 0xE, 0xE, 0xE, 0xE, 0xE, 0xE, 0xE, 1} + block);
+        CMessage message;
+        message.SetMessageId(id);
+        message.AppendBytes(body.size(), body.data());
+        decodedId = 0;
+        decoded = nullptr;
+        return handler.DecodeMessage(message, decodedId, decoded);
     }
 
     CLeakCheck leaks;
-    CountingSender phone;
+    FakeSender phone;
     CSMSHandler handler;
+    std::uint32_t decodedId = 0;
+    void* decoded = nullptr;
 };
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Every request
 
-struct RequestCase
+TEST_F(SMSHandlerTest, RequestsAreTheseBytesAndFailuresLeaveTheRecordAlone)
 {
-    std::uint32_t api;
-    std::uint8_t resource;
-    std::uint8_t id;
-    Bytes body;
-    std::uint32_t timeoutMs = 60000;
-    Bytes questions = {};
-};
-
-const RequestCase kRequests[] = {
-    {0x1401, 20, 12, {4, 5, 6, 0, 0, 0}},
-    {0x1402, 2, 2, {4, 5, 6, 7, 0, 1, 2, 8, 9, 10, 11, 12, 0, 0}, 30000},
-    {0x1403, 20, 2, {7, 6, 5, 4, 8, 0}},
-    {0x1404, 20, 0, {7, 6, 5, 4, 8, 1}},
-    {0x1405, 20, 4, {4, 5, 7, 6, 15, 0}},
-    {0x1406, 20, 14, {4, 5, 7, 6, 0, 0}, 60000, {20}},
-    {0x1407, 2, 20, {4, 5}},
-    {0x1408, 20, 18, {0, 0}},
-    {0x1409, 20, 16, {1, 0, 1, 8, 4, 0, 0, 0, 0, 0}, 60000, {20}},
-    {0x140A, 20, 20, {4, 0}},
-};
-
-class SMSRequestTest : public SMSHandlerTest, public testing::WithParamInterface<RequestCase>
-{
-  protected:
-    /// Bytes 4 to 15 hold their own offsets, where they are not a kind or a pointer. Kind 3 of a stored message has no
-    /// sub-block.
-    static RawRecord Record()
+    const struct
     {
-        RawRecord record;
-        const std::uint32_t api = GetParam().api;
+        std::uint32_t api;
+        std::uint8_t resource, id;
+        Bytes body;
+        std::uint32_t timeoutMs = 60000;
+        Bytes versionQueries = {};
+    } requests[] = {
+        {0x1401, 20, 12, {4, 5, 6, 0, 0, 0}},
+        {0x1402, 2, 2, {4, 5, 6, 7, 0, 1, 2, 8, 9, 10, 11, 12, 0, 0}, 30000},
+        {0x1403, 20, 2, {7, 6, 5, 4, 8, 0}},
+        {0x1404, 20, 0, {7, 6, 5, 4, 8, 1}},
+        {0x1405, 20, 4, {4, 5, 7, 6, 15, 0}},
+        {0x1406, 20, 14, {4, 5, 7, 6, 0, 0}, 60000, {20}},
+        {0x1407, 2, 20, {4, 5}},
+        {0x1408, 20, 18, {0, 0}},
+        {0x1409, 20, 16, {1, 0, 1, 8, 4, 0, 0, 0, 0, 0}, 60000, {20}},
+        {0x140A, 20, 20, {4, 0}},
+    };
+    for (const auto& [api, resource, id, body, timeoutMs, versionQueries] : requests)
+    {
+        SCOPED_TRACE(api);
+        // Bytes 4 to 15 hold their own offsets, where they are not a kind or a pointer. Kind 3 of a stored message has
+        // no sub-block.
+        RawRecord record(0);
         std::iota(record.bytes + 4, record.bytes + (api == 0x1409 ? 8 : 16), std::uint8_t{4});
         record.bytes[api == 0x1402 ? 8 : 20] = api == 0x1402 ? 2 : 3;
-        return record;
+        const auto replyId = static_cast<std::uint8_t>(id + 1);
+        ExpectBadRecordsRefused(handler, api);
+        ExpectUnansweredKept(handler, FakeSender(), api, record, 1);
+        for (const std::uint8_t status : Bytes{0x01, 0x80, 0xFF})
+            if (api != 0x1402)
+            {
+                phone.Reply(replyId, Bytes(80, status));
+                ExpectRecordUntouched(handler, phone, api, record, resource * 256u + status);
+            }
+
+        phone = FakeSender();
+        EXPECT_EQ(Ask(api, &record, replyId, {}), 0u);
+        FakeSender::Sent sent = phone.Last();
+        EXPECT_EQ(std::exchange(sent.timeoutMs, 60000), timeoutMs);
+        EXPECT_TRUE(SameRequest(sent, resource, id, body, {replyId}));
+        EXPECT_EQ(phone.VersionQueries(), versionQueries);
     }
-};
-
-TEST_P(SMSRequestTest, SendsItsBytes)
-{
-    const RequestCase& request = GetParam();
-    const auto replyId = static_cast<std::uint8_t>(request.id + 1);
-    RawRecord record = Record();
-    EXPECT_EQ(Ask(request.api, &record, replyId, {}), 0u);
-    FakeSender::Sent sent = phone.Last();
-    EXPECT_EQ(sent.timeoutMs, request.timeoutMs);
-    sent.timeoutMs = 60000;
-    EXPECT_TRUE(SameRequest(sent, request.resource, request.id, request.body, {replyId}));
-    EXPECT_EQ(phone.asked, request.questions);
-}
-
-TEST_P(SMSRequestTest, FailuresLeaveTheRecordAlone)
-{
-    const RequestCase& request = GetParam();
-    ExpectBadRecordsRefused(handler, request.api);
-    ExpectUnansweredKept(handler, FakeSender(), request.api, Record(), 1);
-    if (request.api == 0x1402)
-        return;
-    for (const std::uint8_t status : Bytes{0x01, 0x80, 0xFF})
-    {
-        phone.Reply(static_cast<std::uint8_t>(request.id + 1), Bytes(80, status));
-        ExpectRecordUntouched(handler, phone, request.api, Record(), request.resource * 256u + status);
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(All, SMSRequestTest, testing::ValuesIn(kRequests),
-                         [](const auto& request) { return std::to_string(request.param.api); });
-
-TEST_F(SMSHandlerTest, UnknownIdsAreNotHandled)
-{
-    RawRecord record;
     for (const std::uint32_t id : {0x1400u, 0x140Bu, 0x140Cu, 0x020Eu})
-        EXPECT_EQ(Encode(id, &record), 1u);
-    EXPECT_EQ(Encode(0x140B, nullptr), 1u);
+        ExpectBadRecordsRefused(handler, id, 1);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// Submit and the parameter set
-
-TEST_F(SMSHandlerTest, SubmitSendsParametersInOrder)
-{
-    const Parameters parameters;
-    SmsSubmit record = {0, {1, 2, 3, 4}, 2, {5, 6, 7, 8}, parameters.group};
-    EXPECT_EQ(Ask(0x1402, &record, 3, {0, 0}), 0u);
-    EXPECT_TRUE(SameBytes(Bytes{1, 2, 3, 4, 0, 1, 2, 36, 5, 6, 7, 8, 0, 4} + kItems, phone.Last().body));
-}
+// Submit
 
 TEST_F(SMSHandlerTest, OnlyPresentParametersAreSent)
 {
@@ -225,23 +137,12 @@ TEST_F(SMSHandlerTest, OnlyPresentParametersAreSent)
     EXPECT_TRUE(SameBytes(head + Bytes(255, 0x33) + Bytes{0}, phone.Last().body));
 }
 
-TEST_F(SMSHandlerTest, SubmitTakesKind2Only)
+TEST_F(SMSHandlerTest, SubmitTakesKind2OnlyAndReportsTheCause)
 {
     for (const std::uint8_t kind : Bytes{0, 1, 3, 255})
-    {
-        SmsSubmit record = {0, {}, kind, {}, {}};
-        EXPECT_EQ(Encode(0x1402, &record), 0x80100013u);
-    }
+        ExpectRecordUntouched(handler, phone, 0x1402, SmsSubmit{0, {}, kind, {}, {}}, 0x80100013);
     EXPECT_TRUE(phone.Requests().empty());
-}
-
-TEST_F(SMSHandlerTest, SubmitReportsTheCause)
-{
-    const struct
-    {
-        Bytes reply;
-        std::uint32_t result;
-    } cases[] = {
+    const std::pair<Bytes, std::uint32_t> cases[] = {
         {{5, 0, 12, 4, 0x12, 0x34}, 0},        // the first byte is no status; nothing follows
         {{0, 1, 12, 4, 0x12, 0x34}, 0x1234},   // a cause
         {{0, 9, 12, 4, 0x00, 0x34}, 0x34},     // any other byte than 0 says that something follows
@@ -255,361 +156,309 @@ TEST_F(SMSHandlerTest, SubmitReportsTheCause)
     };
     for (const auto& [reply, expected] : cases)
     {
-        SmsSubmit record = {0, {}, 2, {}, {}};
-        EXPECT_EQ(Ask(0x1402, &record, 3, reply), expected) << Hex(reply);
+        SCOPED_TRACE(Hex(reply));
+        phone.Reply(3, reply);
+        ExpectRecordUntouched(handler, phone, 0x1402, SmsSubmit{0, {}, 2, {}, {}}, expected);
     }
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// Stored messages
-
-struct KindCase
-{
-    std::uint8_t kind;
-    Bytes content;  ///< Up to the parameter set.
-    Bytes header;   ///< Bytes 22 to 25 of the record; 0xCC is left as it was.
-    std::size_t blocks;
-    int timeQueries;
-};
+// Replies that fill a record
 
 const Bytes kFirstBlock = {0xA0, 0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6};
 const Bytes kSecondBlock = {0xB0, 0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6};
-const KindCase kKinds[] = {
-    {0, Bytes{0, 56, 1, 2, 3} + kFirstBlock + Bytes{0, 0, 0}, {1, 2, 3, 0xCC}, 1, 0},
-    {1, Bytes{1, 60, 1, 2, 0} + kFirstBlock + kSecondBlock, {1, 0xCC, 0xCC, 2}, 2, 0},
-    {2, {2, 48, 1, 2, 3, 4, 0}, {1, 3, 4, 2}, 0, 1},
+
+// The sub-block of a stored message of each kind up to the parameter set: id, length, header bytes, blocks.
+const Bytes kKinds[] = {
+    Bytes{0, 56, 1, 2, 3} + kFirstBlock + Bytes{0, 0, 0},
+    Bytes{1, 60, 1, 2, 0} + kFirstBlock + kSecondBlock,
+    {2, 48, 1, 2, 3, 4, 0},
 };
+const Bytes kStoredHead = {0, 0x5A, 0xE, 0xE, 0xE, 0xE, 0xE, 0xE, 0xE};  // status, value, not used
+const Bytes kStored = kStoredHead + Bytes{1};
+const Bytes kAll = Bytes{5} + kItems + kTimeItem;
 
-TEST_F(SMSHandlerTest, StoredMessagesAreReadAndWrittenAlike)
-{
-    SYSTEMTIME local = {2023, 6, 0, 15, 12, 30, 45, 0};
-    SYSTEMTIME utc = {};
-    ZoneInformation zone = {};
-    ASSERT_EQ(CTimeConverter().LocalToUtc(&local, &utc, &zone), 0u);
-    for (const KindCase& kind : kKinds)
-    {
-        SCOPED_TRACE(unsigned{kind.kind});
-        phone.timeQueries = 0;
-        const Bytes block = kind.content + Bytes{5} + kItems + kTimeItem;
-        RawRecord raw;
-        std::fill_n(raw.bytes + 22, 4, std::uint8_t{0xCC});
-        auto& record = *reinterpret_cast<SmsStoredMessage*>(raw.bytes);
-        EXPECT_EQ(ReadStored(record, block), 0u);
-        EXPECT_EQ(phone.timeQueries, kind.timeQueries);
-        EXPECT_EQ(raw.Part(20, 2), (Bytes{kind.kind, 0x5A}));
-        EXPECT_EQ(raw.Part(22, 4), kind.header);
-        EXPECT_EQ(BytesAt(raw.PointerAt(32), raw.bytes[26]), kind.blocks > 0 ? kFirstBlock : Bytes());
-        EXPECT_EQ(BytesAt(raw.PointerAt(48), raw.bytes[40]), kind.blocks > 1 ? kSecondBlock : Bytes());
-        ExpectItems(*reinterpret_cast<SmsParameterGroup*>(raw.bytes + 64));
-        const auto& time = *static_cast<SmsTime*>(raw.PointerAt(56));
-        EXPECT_EQ(std::tie(time.year, time.month, time.day, time.hour, time.minute, time.second),
-                  std::tie(utc.wYear, utc.wMonth, utc.wDay, utc.wHour, utc.wMinute, utc.wSecond));
-        EXPECT_EQ(std::tie(time.base_offset, time.extra_offset), std::tie(zone.base_offset, zone.extra_offset));
+const Bytes kDetails1 = {0xA0, 0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7, 0xA8, 0xA9, 0xAA, 0xAB};
+const Bytes kDetails2 = {0xB0, 0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB8, 0xB9, 0xBA, 0xBB};
+const Bytes kDetails3 = {0xC0, 0xC1, 0xC2, 0xC3, 0xC4, 0xC5, 0xC6};
+const Bytes kDetails = Bytes{0,    1,    0x55, 56,                            // status, more, any id, length
+                             0x11, 0x12, 0xE,  0xE, 0xE, 0x21, 0x22, 0x23} +  // two bytes, skip 3, three bytes
+                       kDetails1 +
+                       kDetails2 + kDetails3 +
+                       Bytes{0xE,  0xE,  0xE,  0xE,  2,    0x00, 0x48, 0x26, 0x3A,  // skip 4, length, text
+                             0xFF, 0xFF, 0x31, 0x32, 0x33, 0x34};                   // unknown; from the end
 
-        EXPECT_EQ(Ask(0x1404, &record, 1, {0, 0xE, 0x12, 0x34}), 0u);
-        EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1} + block, phone.Last().body));
-        EXPECT_EQ(phone.timeQueries, 2 * kind.timeQueries);
-        EXPECT_EQ(record.location, 0x1234);
-        FreeMessage(record);
-    }
-}
-
-TEST_F(SMSHandlerTest, MissingBlocksAreWrittenAsZeros)
-{
-    SmsStoredMessage record = {};
-    record.content = {0, 1, 0, {1, 0, 0, 2}, 0, static_cast<std::uint8_t*>(kUnreadable), 0, nullptr};
-    EXPECT_EQ(Ask(0x1404, &record, 1, {}), 0u);
-    EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1, 1, 20, 1, 2} + Bytes(16, 0), phone.Last().body));
-}
-
-TEST_F(SMSHandlerTest, ReadLeavesAloneWhatDoesNotCome)
-{
-    const struct
-    {
-        Bytes follows;
-        std::uint32_t result;
-        std::uint8_t kind;
-    } cases[] = {
-        {{0, 0, 8, 1, 2, 3, 4, 5, 6}, 0, 0xCC},  // no sub-block
-        {{2, 0, 8, 1, 2, 3, 4, 5, 6}, 0, 0xCC},
-        {{1, 0, 2}, 0, 0xCC},                 // an empty one
-        {{1, 3, 8, 1, 2, 3, 4, 5, 6}, 3, 0},  // one of an unknown kind, which resets the kind
-        {{}, 0, 0xCC},
-    };
-    for (const auto& [follows, result, kind] : cases)
-    {
-        RawRecord record;
-        std::fill_n(record.bytes, sizeof record.bytes, std::uint8_t{0xCC});
-        EXPECT_EQ(Ask(0x1403, &record, 3, Bytes{0, 0x5A, 1, 1, 1, 1, 1, 1, 1} + follows), result) << Hex(follows);
-        const Bytes expected = Bytes(20, 0xCC) + Bytes{kind, 0x5A} + Bytes(114, 0xCC);
-        EXPECT_TRUE(SameBytes(expected, record.Part(0, 136))) << Hex(follows);
-    }
-}
-
-TEST_F(SMSHandlerTest, ParameterSetSkipsWhatItDoesNotKnow)
-{
-    const Bytes kind2 = {2, 0x58, 0, 0, 0, 0, 0};
-    std::uint8_t old[1] = {};
-    SmsStoredMessage record = {};
-    record.parameters = {1, 2, 3, old, 4, 5, old, 6, old, 7, 8, old};
-    // Without an address the lengths become 0. The rest stays.
-    EXPECT_EQ(ReadStored(record, {2, 8, 0, 0, 0, 0, 0, 0}), 0u);
-    const SmsParameterGroup& group = record.parameters;
-    EXPECT_EQ(std::tie(group.first_address_type, group.first_address_length, group.first_address),
-              std::make_tuple(2, 0u, old));
-    EXPECT_EQ(std::tie(group.second_address_type, group.second_address_length, group.second_address),
-              std::make_tuple(4, 0u, old));
-    EXPECT_EQ(
-        std::tie(group.extra_length, group.extra, group.user_data_coding, group.user_data_length, group.user_data),
-        std::make_tuple(6u, old, 7, 8u, old));
-    EXPECT_EQ(record.time, nullptr);
-
-    // An unknown item, an empty first address, a second one, a third one, user data twice.
-    record = {};
-    EXPECT_EQ(ReadStored(record, kind2 + Bytes{6, 0x11, 4, 1,    1, 0x82, 4, 0x91, 0, 0x82, 8, 0x81, 1, 0x09,
-                                               0, 0,    0, 0x82, 8, 1,    1, 7,    0, 0,    0, 0x80, 8, 1,
-                                               5, 0xAA, 0, 0,    0, 0x80, 8, 1,    6, 0xBB, 0, 0,    0}),
-              0u);
-    EXPECT_EQ(std::tie(group.first_address_type, group.first_address_length), std::make_tuple(0x91, 0u));
-    EXPECT_EQ(group.first_address, nullptr);
-    ASSERT_EQ(std::tie(group.second_address_type, group.second_address_length), std::make_tuple(0x81, 1u));
-    EXPECT_EQ(*group.second_address, 9);
-    ASSERT_EQ(std::tie(group.user_data_coding, group.user_data_length), std::make_tuple(6, 1u));
-    EXPECT_EQ(*group.user_data, 0xBB);
-    FreeMessage(record);
-
-    // A length beyond the end reads zeros.
-    record = {};
-    EXPECT_EQ(ReadStored(record, kind2 + Bytes{255, 0x82, 255, 0x91, 255, 7}), 0u);
-    ASSERT_EQ(record.parameters.first_address_length, 255u);
-    EXPECT_EQ(BytesAt(record.parameters.first_address, 255), Bytes{7} + Bytes(254, 0));
-    FreeMessage(record);
-}
-
-#ifndef _WIN32
-/// A zone one hour ahead of UTC, two from the last Sunday of March to the last one of October.
-class SMSTimeTest : public SMSHandlerTest
-{
-  protected:
-    SMSTimeTest()
-    {
-        TIME_ZONE_INFORMATION zone = {};
-        zone.Bias = -60;
-        zone.StandardDate = {0, 10, 0, 5, 3, 0, 0, 0};
-        zone.DaylightDate = {0, 3, 0, 5, 2, 0, 0, 0};
-        zone.DaylightBias = -60;
-        host::SetTimeZone(zone);
-    }
-    ~SMSTimeTest() override { host::SetTimeZone({}); }
-};
-
-TEST_F(SMSTimeTest, TimeStampIsReadAsLocalAndWrittenAsLocal)
-{
-    SmsStoredMessage record = {};
-    ASSERT_EQ(ReadStored(record, Bytes{2, 20, 0, 0, 0, 0, 0, 1} + kTimeItem), 0u);
-    const SmsTime expected = {2023, 6, 15, 10, 30, 45, 60, 60};
-    EXPECT_EQ(BytesAt(record.time, 7), BytesAt(&expected, 7));
-    EXPECT_EQ(std::tie(record.time->base_offset, record.time->extra_offset), std::make_tuple(60, 60));
-    EXPECT_EQ(Ask(0x1404, &record, 1, {}), 0u);
-    EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1, 2, 20, 0, 0, 0, 0, 0, 1} + kTimeItem, phone.Last().body));
-    EXPECT_EQ(record.time->hour, 10);
-    FreeMessage(record);
-}
-
-TEST_F(SMSTimeTest, FailedConversionEndsTheReading)
-{
-    const Bytes month0 = {0x84, 12, 0x07, 0xE7, 0, 15, 12, 30, 45, 0, 0, 0};
-    SmsStoredMessage untouched = {};
-    untouched.content.value = 0x5A;
-    SmsStoredMessage record = untouched;
-    EXPECT_EQ(ReadStored(record, kKinds[0].content + Bytes{5} + kItems + month0), 0x80100010u);
-    EXPECT_EQ(BytesAt(&record, sizeof record), BytesAt(&untouched, sizeof untouched));
-    host::FailTimeZone();
-    EXPECT_EQ(ReadStored(record, kKinds[1].content + Bytes{5} + kItems + kTimeItem), 0x80100024u);
-    EXPECT_EQ(BytesAt(&record, sizeof record), BytesAt(&untouched, sizeof untouched));
-}
-
-TEST_F(SMSTimeTest, FailedConversionIsWrittenAsZeros)
-{
-    SmsTime time = {2023, 0, 15, 10, 30, 45, 0, 0};
-    SmsStoredMessage record = {};
-    record.content.kind = 2;
-    record.time = &time;
-    EXPECT_EQ(Ask(0x1404, &record, 1, {}), 0u);
-    EXPECT_TRUE(
-        SameBytes(Bytes{0, 0, 0, 0, 0, 1, 2, 20, 0, 0, 0, 0, 0, 1, 0x84, 12} + Bytes(10, 0), phone.Last().body));
-}
-#endif
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Lists, details, addresses, texts
-
-TEST_F(SMSHandlerTest, ListFillsAnArray)
-{
-    RawRecord record;
-    EXPECT_EQ(Ask(0x1401, &record, 13, {0, 0xE, 0, 2, 0x12, 0x34, 0x56}), 0u);
-    const auto* values = static_cast<std::uint16_t*>(record.PointerAt(16));
-    EXPECT_EQ(record.bytes[8], 2);
-    EXPECT_EQ(values[0], 0x1234);
-    EXPECT_EQ(values[1], 0x5600);
-    CoTaskMemFree(record.PointerAt(16));
-    EXPECT_EQ(Ask(0x1401, &record, 13, {0, 0xE, 0, 0, 0x12, 0x34}), 0u);
-    EXPECT_EQ(record.bytes[8], 0);
-    EXPECT_EQ(record.PointerAt(16), nullptr);
-}
-
-const Bytes kDetails = {
-    0,    1,    0x55, 56,                                                    // status, more, any id, length
-    0x11, 0x12, 0xE,  0xE,  0xE,  0x21, 0x22, 0x23,                          // two bytes, skip 3, three bytes
-    0xA0, 0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7, 0xA8, 0xA9, 0xAA, 0xAB,  // first block
-    0xB0, 0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB8, 0xB9, 0xBA, 0xBB,  // second block
-    0xC0, 0xC1, 0xC2, 0xC3, 0xC4, 0xC5, 0xC6,                                // third block
-    0xE,  0xE,  0xE,  0xE,  2,    0x00, 0x48, 0x26, 0x3A,                    // skip 4, length, text
-    0xFF, 0xFF, 0x31, 0x32, 0x33, 0x34,                                      // unknown; from the end
-};
-
-TEST_F(SMSHandlerTest, DetailsFillTheRecord)
-{
-    RawRecord record;
-    phone.SetVersion(20, 1, 0);
-    EXPECT_EQ(Ask(0x1406, &record, 15, kDetails), 0u);
-    EXPECT_EQ(record.Part(8, 6), (Bytes{0x11, 0x12, 0x21, 0x22, 0x23, 2}));
-    EXPECT_EQ(BytesAt(record.PointerAt(16), 12), Bytes(kDetails.begin() + 12, kDetails.begin() + 24));
-    EXPECT_EQ(BytesAt(record.PointerAt(24), 12), Bytes(kDetails.begin() + 24, kDetails.begin() + 36));
-    EXPECT_EQ(BytesAt(record.PointerAt(32), 7), Bytes(kDetails.begin() + 36, kDetails.begin() + 43));
-    EXPECT_EQ(UnitsOf(static_cast<BSTR>(record.PointerAt(40))), u"H\u263A");
-    EXPECT_EQ(record.Part(48, 4), (Bytes{0x31, 0x32, 0x34, 0x33}));
-    Free({record.PointerAt(16), record.PointerAt(24), record.PointerAt(32)});
-    SysFreeString(static_cast<BSTR>(record.PointerAt(40)));
-}
-
-TEST_F(SMSHandlerTest, ShortDetailsReadAsZeros)
-{
-    // Two bytes of payload: the last four start before the payload.
-    const CBStrOwner text = MakeText(u"before");
-    const SmsDetails before = {0, {1, 2}, 3, {9, 9}, {9, 9, 9}, 9, nullptr, nullptr, nullptr, text.get(), {9, 9}, 9};
-    SmsDetails record = before;
-    EXPECT_EQ(Ask(0x1406, &record, 15, {0, 1, 0x55, 4, 0x11, 0x12}), 0u);
-    EXPECT_EQ(BytesAt(record.lead, 6), (Bytes{0x11, 0x12, 0, 0, 0, 0}));
-    EXPECT_EQ(BytesAt(record.trail, 4), Bytes(4, 0));
-    EXPECT_EQ(BytesAt(record.first_block, 12), Bytes(12, 0));
-    EXPECT_EQ(record.text, text.get());
-    Free({record.first_block, record.second_block, record.third_block});
-
-    for (const Bytes& reply : {Bytes{0, 0, 0x55, 4, 1, 1}, Bytes{0, 1, 0x55, 2}, Bytes{}})
-    {
-        phone.Reply(15, reply);
-        ExpectRecordUntouched(handler, phone, 0x1406, before, 0);
-    }
-}
-
-const Bytes kFullGroup = {
+const Bytes kGroup = {
     11,   40, 0xE,  0x10, 1,    2,    3, 4,  // id, length, skip, inverted, three bytes, count
     0x81, 8,  2,    7,    0xD1, 0xD2, 0, 0,  // block: length, value, bytes
     0x82, 8,  0x91, 3,    1,    2,    3, 0,  // first address
     0x82, 8,  0x81, 1,    9,    8,    7, 0,  // second address: says 1 byte, 3 are taken
     0x82, 8,  0x71, 1,    5,    5,    5, 5,  // passed over
 };
+// No items; a new first address, an unknown item and a second address that claims more bytes; an empty first address.
+const Bytes kBareGroup = {11, 8, 0xE, 0, 4, 5, 6, 0};
+const Bytes kNewGroup = {11, 28, 0xE, 0xFF, 7, 8, 9,    3, 0x82, 8, 1,    1,    0x44, 0,
+                         0,  0,  7,   4,    1, 1, 0x82, 8, 2,    5, 0x66, 0x67, 0,    0};
+const Bytes kEmptyGroup = {11, 16, 0, 0, 0, 0, 0, 2, 0x82, 4, 1, 0, 0x82, 4, 2, 5};
 
-TEST_F(SMSHandlerTest, AddressesFillTheRecord)
+struct ReadCase
 {
-    RawRecord record;
-    EXPECT_EQ(Ask(0x1407, &record, 21, Bytes{0, 2, 5, 4, 1, 1} + kFullGroup), 0u);
-    EXPECT_EQ(record.Part(12, 5), (Bytes{0xEF, 1, 2, 3, 0x91}));
-    EXPECT_EQ(record.Part(20, 4), (Bytes{3, 0, 0, 0}));
-    EXPECT_EQ(BytesAt(record.PointerAt(24), 3), (Bytes{1, 2, 3}));
-    EXPECT_EQ(record.bytes[32], 0x81);
-    EXPECT_EQ(record.Part(36, 4), (Bytes{1, 0, 0, 0}));
-    EXPECT_EQ(BytesAt(record.PointerAt(40), 3), (Bytes{9, 8, 7}));
-    EXPECT_EQ(record.Part(48, 2), (Bytes{7, 2}));
-    EXPECT_EQ(BytesAt(record.PointerAt(56), 2), (Bytes{0xD1, 0xD2}));
-    Free({record.PointerAt(24), record.PointerAt(40), record.PointerAt(56)});
+    std::uint32_t api;
+    std::uint8_t replyId;
+    Bytes reply;
+    Parts fields;
+    Parts blocks;
+};
+
+/// The time record of kTimeItem, which is local time.
+Bytes TimeRecord()
+{
+    SYSTEMTIME local = {2023, 6, 0, 15, 12, 30, 45, 0};
+    SYSTEMTIME utc = {};
+    ZoneInformation zone = {};
+    EXPECT_EQ(CTimeConverter().LocalToUtc(&local, &utc, &zone), 0u);
+    const auto low = [](int value) { return static_cast<std::uint8_t>(value); };
+    return Bytes{low(utc.wYear), low(utc.wYear >> 8), low(utc.wMonth), low(utc.wDay)} +
+           Bytes{low(utc.wHour), low(utc.wMinute), low(utc.wSecond), 0} + BytesAt(&zone.base_offset, 4) +
+           BytesAt(&zone.extra_offset, 4);
 }
 
-TEST_F(SMSHandlerTest, LaterAddressGroupsOverwriteWhatTheyBring)
+std::vector<ReadCase> Reads()
 {
-    // The second group brings no items, the third one a new first address and a second one that claims more bytes.
-    const Bytes bare = {11, 8, 0xE, 0, 4, 5, 6, 0};
-    const Bytes longer = {11, 24, 0xE, 0xFF, 7, 8, 9, 2, 0x82, 8, 1, 1, 0x44, 0, 0, 0, 0x82, 8, 2, 5, 0x66, 0x67, 0, 0};
-    SmsAddresses record = {};
-    EXPECT_EQ(Ask(0x1407, &record, 21, Bytes{0, 2} + kFullGroup + bare), 0u);
-    EXPECT_EQ(record.inverted, 255);
-    EXPECT_EQ(std::tie(record.first_address_length, record.second_address_length), std::make_tuple(0u, 0u));
-    EXPECT_EQ(BytesAt(record.first_address, 3), (Bytes{1, 2, 3}));
-    EXPECT_EQ(record.block_length, 2);
-    Free({record.first_address, record.second_address, record.block});
+    const Parts time = {{56, TimeRecord()}};
+    const Parts group = {{24, {1, 2, 3}}, {40, {9, 8, 7}}, {56, {0xD1, 0xD2}}};
+    const auto row = [](std::uint32_t api, std::uint8_t replyId, const Bytes& reply, const Parts& fields,
+                        const Parts& blocks) {
+        return ReadCase{api, replyId, reply, fields, blocks};
+    };
+    return {
+        row(0x1401, 13, {0, 0xE, 0, 2, 0x12, 0x34, 0x56, 0x78}, {{8, {2, 0}}}, {{16, {0x34, 0x12, 0x78, 0x56}}}),
+        row(0x1401, 13, {0, 0xE, 0, 2, 0x12, 0x34, 0x56}, {{8, {2, 0}}}, {{16, {0x34, 0x12, 0, 0x56}}}),
+        row(0x1401, 13, {0, 0xE, 0, 0, 0x12, 0x34}, {{8, {0, 0}}, {16, kNull}}, {}),
 
-    EXPECT_EQ(Ask(0x1407, &record, 21, Bytes{0, 9} + kFullGroup + longer + Bytes{11, 2} + kFullGroup), 0u);
-    EXPECT_EQ(BytesAt(&record.inverted, 4), (Bytes{0, 7, 8, 9}));
-    EXPECT_EQ(BytesAt(record.first_address, record.first_address_length), (Bytes{0x44}));
-    EXPECT_EQ(BytesAt(record.second_address, record.second_address_length), (Bytes{0x66, 0, 0, 0, 0}));
-    Free({record.first_address, record.second_address, record.block});
+        row(0x1403, 3, kStored + kKinds[0] + kAll, Parts{{20, {0, 0x5A, 1, 2, 3}}, {26, {7}}} + GroupFields(64),
+            Parts{{32, kFirstBlock}} + time + GroupBlocks(64)),
+        row(0x1403, 3, kStored + kKinds[1] + kAll, Parts{{20, {1, 0x5A, 1}}, {25, {2, 7}}, {40, {7}}} + GroupFields(64),
+            Parts{{32, kFirstBlock}, {48, kSecondBlock}} + time + GroupBlocks(64)),
+        row(0x1403, 3, kStored + kKinds[2] + kAll, Parts{{20, {2, 0x5A, 1, 3, 4, 2}}} + GroupFields(64),
+            time + GroupBlocks(64)),
+        // No items: the lengths of the addresses become 0.
+        row(0x1403, 3, kStored + Bytes{2, 8, 0, 0, 0, 0, 0, 0},
+            {{20, {2, 0x5A, 0, 0, 0, 0}}, {72, Bytes(4)}, {92, Bytes(4)}}, {}),
+        // An unknown item, an empty first address, a second one, a third one, user data twice.
+        row(0x1403, 3,
+            kStored +
+                Bytes{2, 0x58, 0, 0, 0, 0, 0, 6, 0x11, 4, 1, 1, 0x82, 4, 0x91, 0, 0x82, 8, 0x81, 1, 0x09, 0, 0, 0} +
+                Bytes{0x82, 8, 1, 1, 7, 0, 0, 0, 0x80, 8, 1, 5, 0xAA, 0, 0, 0, 0x80, 8, 1, 6, 0xBB, 0, 0, 0},
+            {{20, {2, 0x5A, 0, 0, 0, 0}},
+             {68, {0x91}},
+             {72, Bytes(4)},
+             {80, kNull},
+             {88, {0x81}},
+             {92, {1, 0, 0, 0}},
+             {120, {6, 0}},
+             {124, {1, 0, 0, 0}}},
+            {{96, {9}}, {128, {0xBB}}}),
+        // A length beyond the end reads zeros.
+        row(0x1403, 3, kStored + Bytes{2, 0x58, 0, 0, 0, 0, 0, 255, 0x82, 255, 0x91, 255, 7},
+            {{20, {2, 0x5A, 0, 0, 0, 0}}, {68, {0x91}}, {72, {255, 0, 0, 0}}, {92, Bytes(4)}},
+            {{80, Bytes{7} + Bytes(254)}}),
+        // No sub-block, or an empty one.
+        row(0x1403, 3, kStoredHead + Bytes{0, 0, 8, 1, 2, 3, 4, 5, 6}, {{21, {0x5A}}}, {}),
+        row(0x1403, 3, kStoredHead + Bytes{2, 0, 8, 1, 2, 3, 4, 5, 6}, {{21, {0x5A}}}, {}),
+        row(0x1403, 3, kStoredHead + Bytes{1, 0, 2}, {{21, {0x5A}}}, {}),
+        row(0x1403, 3, kStoredHead, {{21, {0x5A}}}, {}),
 
-    // Without a first address nothing of the second one is taken.
-    record = {};
-    EXPECT_EQ(Ask(0x1407, &record, 21, {0, 1, 11, 16, 0, 0, 0, 0, 0, 2, 0x82, 4, 1, 0, 0x82, 4, 2, 5}), 0u);
-    EXPECT_EQ(record.second_address_length, 5u);
-    EXPECT_EQ(record.second_address, nullptr);
+        row(0x1406, 15, kDetails, {{8, {0x11, 0x12, 0x21, 0x22, 0x23, 2}}, {48, {0x31, 0x32, 0x34, 0x33}}},
+            {{16, kDetails1}, {24, kDetails2}, {32, kDetails3}, {40, {0x48, 0x00, 0x3A, 0x26}}}),
+        // Two bytes of payload: the last four start before it.
+        row(0x1406, 15, {0, 1, 0x55, 4, 0x11, 0x12}, {{8, {0x11, 0x12, 0, 0, 0, 0}}, {48, Bytes(4)}},
+            {{16, Bytes(12)}, {24, Bytes(12)}, {32, Bytes(7)}}),
+        row(0x1406, 15, {0, 0, 0x55, 4, 1, 1}, {}, {}),
+        row(0x1406, 15, {0, 1, 0x55, 2}, {}, {}),
+
+        row(0x1407, 21, Bytes{0, 2, 5, 4, 1, 1} + kGroup,
+            {{12, {0xEF, 1, 2, 3, 0x91}}, {20, {3, 0, 0, 0}}, {32, {0x81}}, {36, {1, 0, 0, 0}}, {48, {7, 2}}}, group),
+        row(0x1407, 21, Bytes{0, 2} + kGroup + kBareGroup,
+            {{12, {0xFF, 4, 5, 6, 0x91}}, {20, Bytes(4)}, {32, {0x81}}, {36, Bytes(4)}, {48, {7, 2}}}, group),
+        row(0x1407, 21, Bytes{0, 9} + kGroup + kNewGroup + Bytes{11, 2} + kGroup,
+            {{12, {0, 7, 8, 9, 1}}, {20, {1, 0, 0, 0}}, {32, {2}}, {36, {5, 0, 0, 0}}, {48, {7, 2}}},
+            {{24, {0x44}}, {40, {0x66, 0, 0, 0, 0}}, {56, {0xD1, 0xD2}}}),
+        row(0x1407, 21, Bytes{0, 1} + kEmptyGroup,
+            {{12, {0xFF, 0, 0, 0, 1}}, {20, Bytes(4)}, {24, kNull}, {32, {2}}, {36, {5, 0, 0, 0}}, {40, kNull}}, {}),
+    };
 }
 
-const Bytes kTexts = {0, 3, 1, 8, 7, 2, 0x00, 0x41, 0x26, 0x3A, 9, 4, 1, 1, 1, 4, 8, 0};
-
-void FreeTexts(const SmsTextList& list)
+/// Frees what a read has stored.
+void FreeBlocks(std::uint32_t api, const RawRecord& record)
 {
-    for (std::uint8_t i = 0; i < list.count; ++i)
-        SysFreeString(list.entries[i].text);
-    CoTaskMemFree(list.entries);
+    static const std::map<std::uint32_t, std::vector<std::size_t>> pointers = {
+        {0x1401, {16}}, {0x1403, {32, 48, 56, 80, 96, 112, 128}}, {0x1406, {16, 24, 32, 40}}, {0x1407, {24, 40, 56}}};
+    for (const std::size_t offset : pointers.at(api))
+    {
+        void* pointer = record.PointerAt(offset);
+        if (pointer == RawRecord(kFill).PointerAt(offset))
+            continue;
+        if (api == 0x1406 && offset == 40)
+            SysFreeString(static_cast<BSTR>(pointer));
+        else
+            CoTaskMemFree(pointer);
+    }
 }
+
+TEST_F(SMSHandlerTest, RepliesFillTheRecord)
+{
+    for (const ReadCase& read : Reads())
+    {
+        SCOPED_TRACE(Hex(read.reply));
+        RawRecord record(kFill);
+        EXPECT_EQ(Ask(read.api, &record, read.replyId, read.reply), 0u);
+        EXPECT_TRUE(SameRecord(read.fields, read.blocks, record, kFill));
+        if (read.api == 0x1406 && read.blocks.size() == 4)
+            EXPECT_EQ(SysStringLen(static_cast<BSTR>(record.PointerAt(40))), 2u);
+        FreeBlocks(read.api, record);
+        for (const Bytes& reply : Truncations(read.reply))
+        {
+            RawRecord part(kFill);
+            EXPECT_EQ(Ask(read.api, &part, read.replyId, reply), 0u) << Hex(reply);
+            FreeBlocks(read.api, part);
+        }
+        if (read.blocks.empty())
+            continue;
+        FailEachAllocation([&] {
+            RawRecord failed(kFill);
+            const std::uint32_t result = Ask(read.api, &failed, read.replyId, read.reply);
+            if (result == 0)
+                FreeBlocks(read.api, failed);
+            else  // byte 21 of a stored message is stored before there is anything to allocate
+                EXPECT_TRUE(SameRecord({{21, {failed.bytes[21]}}}, {}, failed, kFill));
+            return result;
+        });
+    }
+}
+
+TEST_F(SMSHandlerTest, AMessageOfAnUnknownKindResetsTheKind)
+{
+    RawRecord record(kFill);
+    EXPECT_EQ(Ask(0x1403, &record, 3, kStored + Bytes{3, 8, 1, 2, 3, 4, 5, 6}), 3u);
+    EXPECT_TRUE(SameRecord({{20, {0, 0x5A}}}, {}, record, kFill));
+}
+
+TEST_F(SMSHandlerTest, StoredMessagesAreWrittenAsTheyAreRead)
+{
+    for (const ReadCase& read : Reads())
+        if (read.api == 0x1403 && read.blocks.size() > 4)
+        {
+            const Bytes block(read.reply.begin() + 10, read.reply.end());
+            SCOPED_TRACE(unsigned{block[0]});
+            phone = FakeSender();
+            RawRecord record(0);
+            EXPECT_EQ(Ask(0x1403, &record, 3, read.reply), 0u);
+            EXPECT_EQ(phone.TimeQueries(), block[0] == 2 ? 1u : 0u);
+            EXPECT_EQ(Ask(0x1404, &record, 1, {0, 0xE, 0x12, 0x34}), 0u);
+            EXPECT_EQ(phone.TimeQueries(), block[0] == 2 ? 2u : 0u);
+            EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1} + block, phone.Last().body));
+            EXPECT_EQ(BytesAt(record.bytes + 4, 2), (Bytes{0x34, 0x12})) << "the new location";
+
+            SmsSubmit submit = {0, {1, 2, 3, 4}, 2, {5, 6, 7, 8}, {}};
+            std::memcpy(&submit.parameters, record.bytes + 64, sizeof submit.parameters);
+            EXPECT_EQ(Ask(0x1402, &submit, 3, {0, 0}), 0u);
+            EXPECT_TRUE(SameBytes(Bytes{1, 2, 3, 4, 0, 1, 2, 36, 5, 6, 7, 8, 0, 4} + kItems, phone.Last().body));
+            FreeBlocks(read.api, record);
+        }
+
+    SmsStoredMessage record = {};
+    record.content = {0, 1, 0, {1, 0, 0, 2}, 0, static_cast<std::uint8_t*>(kUnreadable), 0, nullptr};
+    EXPECT_EQ(Ask(0x1404, &record, 1, {}), 0u);
+    EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1, 1, 20, 1, 2} + Bytes(16), phone.Last().body)) << "without blocks";
+}
+
+#ifndef _WIN32
+TEST_F(SMSHandlerTest, TimeStampIsReadAsLocalAndWrittenAsLocal)
+{
+    const CCentralEuropeanZone zone;
+    SmsStoredMessage record = {};
+    ASSERT_EQ(Ask(0x1403, &record, 3, kStored + Bytes{2, 20, 0, 0, 0, 0, 0, 1} + kTimeItem), 0u);
+    const SmsTime expected = {2023, 6, 15, 10, 30, 45, 60, 60};
+    EXPECT_EQ(BytesAt(record.time, 7), BytesAt(&expected, 7));
+    EXPECT_EQ(std::tie(record.time->base_offset, record.time->extra_offset), std::make_tuple(60, 60));
+    EXPECT_EQ(Ask(0x1404, &record, 1, {}), 0u);
+    EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1, 2, 20, 0, 0, 0, 0, 0, 1} + kTimeItem, phone.Last().body));
+    EXPECT_EQ(BytesAt(record.time, 7), BytesAt(&expected, 7)) << "a write does not touch it";
+
+    record.time->month = 0;
+    EXPECT_EQ(Ask(0x1404, &record, 1, {}), 0u);
+    const Bytes zeros = Bytes{0, 0, 0, 0, 0, 1, 2, 20, 0, 0, 0, 0, 0, 1, 0x84, 12} + Bytes(10);
+    EXPECT_TRUE(SameBytes(zeros, phone.Last().body)) << "what cannot be converted";
+    CoTaskMemFree(record.time);
+}
+
+TEST_F(SMSHandlerTest, FailedConversionEndsTheReading)
+{
+    const CCentralEuropeanZone zone;
+    const Bytes month0 = {0x84, 12, 0x07, 0xE7, 0, 15, 12, 30, 45, 0, 0, 0};
+    RawRecord record(kFill);
+    EXPECT_EQ(Ask(0x1403, &record, 3, kStored + kKinds[0] + Bytes{5} + kItems + month0), 0x80100010u);
+    EXPECT_TRUE(SameRecord({{21, {0x5A}}}, {}, record, kFill));
+    host::FailTimeZone();
+    EXPECT_EQ(Ask(0x1403, &record, 3, kStored + kKinds[1] + kAll), 0x80100024u);
+    EXPECT_TRUE(SameRecord({{21, {0x5A}}}, {}, record, kFill));
+}
+#endif
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Texts
 
 TEST_F(SMSHandlerTest, TextsFillTheirOwnEntries)
 {
-    SmsTextList list = {};
-    EXPECT_EQ(Ask(0x1408, &list, 19, kTexts), 0u);
-    ASSERT_EQ(list.count, 3);
-    EXPECT_EQ(list.entries[0].value, 7);
-    EXPECT_EQ(list.entries[0].text_length, 2);
-    EXPECT_EQ(UnitsOf(list.entries[0].text), u"A\u263A");
-    EXPECT_EQ(BytesAt(&list.entries[1], 16), Bytes(16, 0));
-    EXPECT_EQ(list.entries[2].value, 8);
-    ASSERT_NE(list.entries[2].text, nullptr);
-    EXPECT_EQ(SysStringLen(list.entries[2].text), 0u);
-    FreeTexts(list);
-
-    EXPECT_EQ(Ask(0x1408, &list, 19, {0, 255, 1, 2}), 0u);
-    ASSERT_EQ(list.count, 255);
-    EXPECT_EQ(BytesAt(list.entries, 255 * 16), Bytes(255 * 16, 0));
-    FreeTexts(list);
-    EXPECT_EQ(Ask(0x1408, &list, 19, {0, 0, 1, 4, 7, 0}), 0u);
-    EXPECT_EQ(list.count, 0);
-    EXPECT_EQ(list.entries, nullptr);
+    std::uint32_t result = 0;
+    // By entry the value, the length and the units; the fields of an entry that is left out are 0.
+    const auto read = [&](const Bytes& reply) {
+        SmsTextList list = {0, 9, nullptr};
+        result = Ask(0x1408, &list, 19, reply);
+        std::vector<std::u16string> texts;
+        for (std::size_t i = 0; list.entries != nullptr && i < list.count; ++i)
+        {
+            const SmsText& entry = list.entries[i];
+            texts.push_back({entry.value, entry.text_length, entry.text == nullptr ? u'-' : u':'});
+            texts.back() += UnitsOf(entry.text);
+            SysFreeString(entry.text);
+        }
+        CoTaskMemFree(list.entries);
+        EXPECT_EQ(list.count, result != 0 ? 9 : texts.size());
+        return texts;
+    };
+    using Texts = std::vector<std::u16string>;
+    const Bytes reply = {0, 3, 1, 8, 7, 2, 0x00, 0x41, 0x26, 0x3A, 9, 4, 1, 1, 1, 4, 8, 0};
+    const std::u16string absent = {0, 0, u'-'};
+    EXPECT_EQ(read(reply), (Texts{u"\x07\x02:A\u263A", absent, {8, 0, u':'}}));
+    EXPECT_EQ(read({0, 255, 1, 2}), Texts(255, absent));
+    EXPECT_EQ(read({0, 0, 1, 4, 7, 0}), Texts());
+    for (const Bytes& part : Truncations(reply))
+        EXPECT_EQ(read(part).size(), part.size() < 2 ? 0u : 3u);
+    FailEachAllocation([&] { return read(reply), result; });
 }
 
 TEST_F(SMSHandlerTest, WrittenTextsAreCut)
 {
-    const struct
-    {
-        bool versionKnown;
-        std::size_t length;
-        std::uint8_t sent;
-        std::uint8_t blockLength;  ///< Header 2, value and length 2, units, terminator 2, padding.
-    } cases[] = {
+    // Is the version known, units of the text, units sent, length of the sub-block: header 2, value and length 2,
+    // units, terminator 2, padding.
+    const std::tuple<bool, std::size_t, std::uint8_t, std::uint8_t> cases[] = {
         {false, 0, 0, 8},   {false, 13, 13, 32}, {false, 14, 14, 36}, {false, 15, 14, 36}, {true, 15, 15, 36},
         {true, 39, 39, 84}, {true, 40, 40, 88},  {true, 41, 40, 88},  {true, 300, 40, 88},
     };
-    for (const auto& [versionKnown, length, sent, blockLength] : cases)
+    for (const auto& [isVersionKnown, length, sent, blockLength] : cases)
     {
-        CountingSender sender;
-        if (versionKnown)
-            sender.SetVersion(20, 0, 0);
-        sender.Reply(17, {0});
+        if (isVersionKnown)
+            phone.SetVersion(20, 0, 0);
         const CBStrOwner text = MakeText(std::u16string(length, u'\u263A'));
         SmsTextToWrite record = {0, 0x21, text.get()};
-        EXPECT_EQ(handler.EncodeRequest(sender, 0x1409, &record), 0u);
+        EXPECT_EQ(Ask(0x1409, &record, 17, {0}), 0u);
         Bytes expected = {1, 0, 1, blockLength, 0x21, sent};
         for (unsigned i = 0; i < sent; ++i)
             expected = expected + Bytes{0x26, 0x3A};
         expected.resize(2u + blockLength);
-        EXPECT_TRUE(SameBytes(expected, sender.Last().body)) << length;
+        EXPECT_TRUE(SameBytes(expected, phone.Last().body)) << length;
     }
     SmsTextToWrite record = {0, 0x21, static_cast<BSTR>(kUnreadable)};
     EXPECT_EQ(Ask(0x1409, &record, 17, {0}), 0u);
@@ -617,168 +466,79 @@ TEST_F(SMSHandlerTest, WrittenTextsAreCut)
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// What replies may look like, and memory that runs out
-
-struct ReadCase
-{
-    std::uint32_t api;
-    std::uint8_t replyId;
-    Bytes reply;
-    std::vector<std::size_t> blocks;  ///< Offsets of the pointers to blocks.
-};
-
-const Bytes kStoredHead = {0, 0x5A, 1, 1, 1, 1, 1, 1, 1, 1};
-const ReadCase kReads[] = {
-    {0x1401, 13, {0, 0xE, 0, 2, 0x12, 0x34, 0x56, 0x78}, {16}},
-    {0x1403, 3, kStoredHead + kKinds[0].content + Bytes{4} + kItems, {32, 80, 96, 112, 128}},
-    {0x1403, 3, kStoredHead + kKinds[1].content + Bytes{4} + kItems, {32, 48, 80, 96, 112, 128}},
-    {0x1406, 15, kDetails, {16, 24, 32}},
-    {0x1407, 21, Bytes{0, 2} + kFullGroup + kFullGroup, {24, 40, 56}},
-    {0x1408, 19, kTexts, {}},
-};
-
-void FreeResults(const ReadCase& read, const RawRecord& record)
-{
-    for (const std::size_t offset : read.blocks)
-        CoTaskMemFree(record.PointerAt(offset));
-    if (read.api == 0x1406)
-        SysFreeString(static_cast<BSTR>(record.PointerAt(40)));
-    if (read.api == 0x1408)
-        FreeTexts(*reinterpret_cast<const SmsTextList*>(record.bytes));
-}
-
-TEST_F(SMSHandlerTest, TruncatedRepliesReadAsZeros)
-{
-    for (const ReadCase& read : kReads)
-        for (const Bytes& reply : Truncations(read.reply))
-        {
-            RawRecord record;
-            EXPECT_EQ(Ask(read.api, &record, read.replyId, reply), 0u) << read.api << ": " << Hex(reply);
-            FreeResults(read, record);
-        }
-}
-
-TEST_F(SMSHandlerTest, WithoutMemoryNothingIsStored)
-{
-    for (const ReadCase& read : kReads)
-        FailEachAllocation([&] {
-            RawRecord record;
-            const std::uint32_t result = Ask(read.api, &record, read.replyId, read.reply);
-            if (result == 0)
-                FreeResults(read, record);
-            else  // byte 21 of a stored message is stored before there is anything to allocate
-                EXPECT_TRUE(SameBytes(Bytes(21, 0) + record.Part(21, 1) + Bytes(114, 0), record.Part(0, 136)));
-            return result;
-        });
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
 // Indications
 
-struct Indication
-{
-    std::uint32_t result;
-    std::uint32_t id = 0;
-    void* record = nullptr;
-};
-
-Indication Decode(CSMSHandler& handler, std::uint8_t messageId, const Bytes& body)
-{
-    CMessage message;
-    message.SetMessageId(messageId);
-    message.AppendBytes(body.size(), body.data());
-    Indication indication = {};
-    indication.result = handler.DecodeMessage(message, indication.id, indication.record);
-    return indication;
-}
-
-const Bytes kReceivedHead = {0x31, 0xE, 0x12, 0x34, 0xE, 1};
-const Bytes kReceived[] = {
-    kReceivedHead + Bytes{0, 56, 1, 2, 3} + kFirstBlock + Bytes{0xE, 0xE, 0xE, 5} + kTimeItem + kItems,
-    kReceivedHead + Bytes{1, 60, 1, 2, 0xE} + kFirstBlock + kSecondBlock + Bytes{5} + kTimeItem + kItems,
-};
+constexpr std::pair<std::uint32_t, void*> kNothing = {0, nullptr};
 
 TEST_F(SMSHandlerTest, ReceivedMessagesAreDelivered)
 {
-    for (std::uint8_t kind = 0; kind < 2; ++kind)
+    const Bytes head = {0x31, 0xE, 0x12, 0x34, 0xE};
+    const Parts headFields = {{4, {0x31}}, {6, {0x34, 0x12}}};
+    const Bytes kind0 = Bytes{1, 0, 56, 1, 2, 3} + kFirstBlock + Bytes{0xE, 0xE, 0xE, 5} + kTimeItem + kItems;
+    const Bytes kind1 = Bytes{1, 1, 60, 1, 2, 0xE} + kFirstBlock + kSecondBlock + Bytes{5} + kTimeItem + kItems;
+    const std::tuple<Bytes, Parts, Parts> cases[] = {
+        {kind0, Parts{{84, {0, 0, 1, 2, 3, 0, 7}}} + GroupFields(8), Parts{{96, kFirstBlock}} + GroupBlocks(8)},
+        {kind1, Parts{{84, {1, 0, 1, 0, 0, 2, 7}}, {104, {7}}} + GroupFields(8),
+         Parts{{96, kFirstBlock}, {112, kSecondBlock}} + GroupBlocks(8)},
+        {{2, 0, 8, 1, 1, 1, 1, 1, 1}, {}, {}},
+        {{0}, {}, {}},
+        {{1, 0, 2}, {}, {}},
+    };
+    for (const auto& [content, fields, blocks] : cases)
     {
-        const Indication indication = Decode(handler, 4, kReceived[kind]);
-        EXPECT_EQ(indication.result, 0u);
-        ASSERT_EQ(indication.id, 526u);
-        RawRecord record;
-        std::memcpy(record.bytes, indication.record, 128);
-        EXPECT_EQ(record.Part(0, 8), (Bytes{0, 0, 0, 0, 0x31, 0, 0x34, 0x12}));
-        ExpectItems(*reinterpret_cast<SmsParameterGroup*>(record.bytes + 8));
-        EXPECT_EQ(record.Part(84, 7), kind == 0 ? (Bytes{0, 0, 1, 2, 3, 0, 7}) : (Bytes{1, 0, 1, 0, 0, 2, 7}));
-        EXPECT_EQ(BytesAt(record.PointerAt(96), 7), kFirstBlock);
-        EXPECT_EQ(BytesAt(record.PointerAt(112), record.bytes[104]), kind == 0 ? Bytes() : kSecondBlock);
-        EXPECT_EQ(record.PointerAt(120), nullptr);
-        static_cast<SmsReceivedMessage*>(indication.record)->further = static_cast<std::uint8_t*>(CoTaskMemAlloc(1));
-        EXPECT_EQ(handler.FreeDecodedData(526, indication.record), 0u);
-    }
-}
+        const Bytes whole = head + content;
+        SCOPED_TRACE(Hex(whole));
+        EXPECT_EQ(Decode(4, whole), 0u);
+        ASSERT_EQ(decodedId, 526u);
+        RawRecord record(0);
+        std::memcpy(record.bytes, decoded, 128);
+        EXPECT_TRUE(SameRecord(headFields + fields, blocks, record, 0));
+        static_cast<SmsReceivedMessage*>(decoded)->further = static_cast<std::uint8_t*>(CoTaskMemAlloc(1));
+        EXPECT_EQ(handler.FreeDecodedData(526, decoded), 0u);
 
-TEST_F(SMSHandlerTest, ReceivedMessageMayHaveNoContent)
-{
-    for (const Bytes& body : {Bytes{0x31, 0xE, 0x12, 0x34, 0xE, 2, 0, 8, 1, 1, 1, 1, 1, 1},
-                              Bytes{0x31, 0xE, 0x12, 0x34, 0xE, 0}, Bytes{0x31, 0xE, 0x12, 0x34, 0xE, 1, 0, 2}})
-    {
-        const Indication indication = Decode(handler, 4, body);
-        ASSERT_EQ(indication.id, 526u);
-        EXPECT_EQ(BytesAt(indication.record, 128), (Bytes{0, 0, 0, 0, 0x31, 0, 0x34, 0x12} + Bytes(120, 0)));
-        EXPECT_EQ(handler.FreeDecodedData(526, indication.record), 0u);
+        for (const Bytes& part : Truncations(whole))
+        {
+            EXPECT_EQ(Decode(4, part), 0u) << Hex(part);
+            EXPECT_EQ(handler.FreeDecodedData(decodedId, decoded), decodedId == 0 ? 1u : 0u);
+        }
+        FailEachAllocation([&] {
+            const std::uint32_t result = Decode(4, whole);
+            EXPECT_EQ(decoded == nullptr, result != 0);
+            EXPECT_EQ(handler.FreeDecodedData(decodedId, decoded), result == 0 ? 0u : 1u);
+            return result;
+        });
     }
     for (const std::uint8_t kind : Bytes{2, 255})
     {
-        const Indication indication = Decode(handler, 4, kReceivedHead + Bytes{kind, 8, 1, 1, 1, 1, 1, 1});
-        EXPECT_EQ(std::tie(indication.result, indication.id), std::make_tuple(0u, 0u));
-        EXPECT_EQ(indication.record, nullptr);
+        EXPECT_EQ(Decode(4, head + Bytes{1, kind, 8, 1, 1, 1, 1, 1, 1}), 0u);
+        EXPECT_EQ(std::make_pair(decodedId, decoded), kNothing);
     }
 }
 
 TEST_F(SMSHandlerTest, EventsAreDelivered)
 {
-    const Indication event = Decode(handler, 11, {0x12, 0x34, 0x56, 0x78});
-    ASSERT_EQ(event.id, 5132u);
-    EXPECT_EQ(BytesAt(event.record, 8), (Bytes{0, 0, 0, 0, 0x34, 0x12, 0x56, 0}));
-    EXPECT_EQ(handler.FreeDecodedData(5132, event.record), 0u);
-
-    const Indication signal = Decode(handler, 27, {1, 2, 3});
-    EXPECT_EQ(std::tie(signal.result, signal.id), std::make_tuple(0u, 5133u));
-    EXPECT_EQ(signal.record, nullptr);
-
-    const Indication other = Decode(handler, 5, {1, 2, 3});
-    EXPECT_EQ(std::tie(other.result, other.id), std::make_tuple(1u, 0u));
-}
-
-TEST_F(SMSHandlerTest, IndicationsSurviveTruncationAndLackOfMemory)
-{
-    for (const Bytes& whole : kReceived)
-        for (const Bytes& body : Truncations(whole))
-        {
-            const Indication indication = Decode(handler, 4, body);
-            EXPECT_EQ(indication.result, 0u) << Hex(body);
-            EXPECT_EQ(handler.FreeDecodedData(indication.id, indication.record), indication.id == 0 ? 1u : 0u);
-        }
-    const std::pair<std::uint8_t, Bytes> all[] = {{4, kReceived[0]}, {4, kReceived[1]}, {11, {1, 2, 3}}};
-    for (const auto& message : all)
-        FailEachAllocation([&] {
-            const Indication indication = Decode(handler, message.first, message.second);
-            EXPECT_EQ(indication.record == nullptr, indication.result != 0);
-            EXPECT_EQ(handler.FreeDecodedData(indication.id, indication.record), indication.result == 0 ? 0u : 1u);
-            return indication.result;
-        });
+    FailEachAllocation([&] {
+        const std::uint32_t result = Decode(11, {0x12, 0x34, 0x56, 0x78});
+        EXPECT_EQ(decodedId, result == 0 ? 5132u : 0u);
+        EXPECT_EQ(decoded == nullptr, result != 0);
+        if (result == 0)
+            EXPECT_EQ(BytesAt(decoded, 8), (Bytes{0, 0, 0, 0, 0x34, 0x12, 0x56, 0}));
+        EXPECT_EQ(handler.FreeDecodedData(5132, decoded), 0u);
+        return result;
+    });
+    EXPECT_EQ(Decode(27, {1, 2, 3}), 0u);
+    EXPECT_EQ(std::make_pair(decodedId, decoded), std::make_pair(5133u, kNothing.second));
+    EXPECT_EQ(Decode(5, {1, 2, 3}), 1u);
+    EXPECT_EQ(std::make_pair(decodedId, decoded), kNothing);
 }
 
 TEST_F(SMSHandlerTest, FreeDecodedDataTakesIndicationsOnly)
 {
-    RawRecord record;
+    RawRecord record(0);
     EXPECT_EQ(handler.FreeDecodedData(5133, &record), 0u);
     for (const std::uint32_t id : {526u, 5132u})
-    {
-        EXPECT_EQ(handler.FreeDecodedData(id, nullptr), 0u);
-        EXPECT_EQ(handler.FreeDecodedData(id, kUnreadable), 0u);
-    }
+        for (void* bad : {static_cast<void*>(nullptr), kUnreadable})
+            EXPECT_EQ(handler.FreeDecodedData(id, bad), 0u);
     for (const std::uint32_t id : {0u, 5121u, 5131u, 5134u})
         EXPECT_EQ(handler.FreeDecodedData(id, &record), 1u);
 }

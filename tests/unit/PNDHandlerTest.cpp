@@ -130,17 +130,15 @@ const Bytes kListReply = {0, 2, 29, 0, 0, 12, 1, 2, 0x12, 0x34, 3, 2, 0, 'A', 30
 const Bytes kStateReply = {9, 1, 2, 3,  4, 5, 9,  9,    9,    2,    2,    0, 0, 8, 1,
                            1, 1, 1, 16, 0, 0, 12, 0x12, 0x34, 0x56, 0x78, 7, 8, 0, 0};
 
+const Bytes kFieldsHead = {0xFF, 4, 0, 0, 0, 0, 7, 6, 0, 1};
+
 const RequestCase kRequests[] = {
     {ZEL_PND_COMMAND_21, 21, 0, {0, 4, 0, 0, 0, 0}, StatusReply(0)},
     {ZEL_PND_COMMAND_23, 23, 0, {0, 4, 0, 0, 0, 0}, StatusReply(0)},
     {ZEL_PND_READ_ENTRY, 7, 24, {4, 5, 6, 1, 0xFF, 7, 0, 0, 0, 0, 9, 8, 0, 0}, kReadReply},
     {ZEL_PND_WRITE_ENTRY, 11, 16, EntryToWrite(4, 1) + kTextField, kLocationReply},
     {ZEL_PND_READ_FIELDS, 9, 24, {0xFF, 7, 0, 0, 0, 0, 9, 8, 7, 0x81, 0, 0}, Bytes{0, 2} + kTextField + kTextField},
-    {ZEL_PND_WRITE_FIELDS,
-     13,
-     16,
-     Bytes{0xFF, 4, 0, 0, 0, 0, 7, 6, 0, 1} + kTextField,
-     {0, 1, 26, 0, 0, 8, 1, 2, 3, 4}},
+    {ZEL_PND_WRITE_FIELDS, 13, 16, kFieldsHead + kTextField, {0, 1, 26, 0, 0, 8, 1, 2, 3, 4}},
     {ZEL_PND_COMMAND_28, 28, 0, {0xFF, 6, 0, 0, 0, 0, 5, 4, 8, 7, 0, 0, 0, 0}, StatusReply(0)},
     {ZEL_PND_COMMAND_15, 15, 0, {0, 1, 4, 0, 0, 16, 0x80, 0xFF, 5, 4, 0, 0, 0, 0, 6, 0, 0, 0}, StatusReply(0)},
     {ZEL_PND_LIST, 37, 8, {4, 0}, kListReply},
@@ -412,15 +410,12 @@ TEST_F(PNDHandler, WritesFieldsInOrderWithoutTheUntypedOnes)
     EXPECT_EQ(record.field_count, 3);
     EXPECT_EQ(record.location, 0x1234);
     EXPECT_EQ(fields[1].attribute, 0x80) << "the attribute that was sent";
-}
 
-TEST_F(PNDHandler, TextLengthsAreTheirLowByteOnTheWire)
-{
-    const std::vector<PndField> fields = {TextField(7, BStr(std::u16string(128, u'x'))),
-                                          TextField(8, BStr(std::u16string_view(u"A\0", 2)))};
-    const Bytes sent = Written(fields);
+    const std::vector<PndField> longs = {TextField(7, BStr(std::u16string(128, u'x'))),
+                                         TextField(8, BStr(std::u16string_view(u"A\0", 2)))};
+    const Bytes sent = Written(longs);
     ASSERT_EQ(sent.size(), 264u + 12u);
-    EXPECT_TRUE(SameBytes({7, 0, 1, 8, 0x81, 2, 0, 'x'}, BytesAt(sent.data(), 8)));
+    EXPECT_TRUE(SameBytes({7, 0, 1, 8, 0x81, 2, 0, 'x'}, BytesAt(sent.data(), 8))) << "the low byte of a length";
     EXPECT_TRUE(SameBytes({8, 0, 0, 12, 0x81, 6, 0, 'A', 0, 0, 0, 0}, BytesAt(&sent[264], 12)));
 }
 
@@ -490,8 +485,7 @@ TEST_F(PNDHandler, AnEntryHoldsWhatThePhoneSends)
     {
         SCOPED_TRACE(name);
         EXPECT_EQ(Read(count, fields), expected);
-        if (count != 0)
-            EXPECT_EQ(Read(count, fields, true), expected);
+        EXPECT_EQ(count == 0 ? Fields() : Read(count, fields, true), expected) << "fields alone";
     }
     FailEachAllocation([&] { return Read(1, group), m_result; });
 

@@ -314,8 +314,8 @@ TEST_F(SMSHandlerTest, RepliesFillTheRecord)
         RawRecord record(kFill);
         EXPECT_EQ(Ask(read.api, &record, read.replyId, read.reply), 0u);
         EXPECT_TRUE(SameRecord(read.fields, read.blocks, record, kFill));
-        if (read.api == 0x1406 && read.blocks.size() == 4)
-            EXPECT_EQ(SysStringLen(static_cast<BSTR>(record.PointerAt(40))), 2u);
+        const bool hasText = read.api == 0x1406 && read.blocks.size() == 4;
+        EXPECT_EQ(hasText ? SysStringLen(static_cast<BSTR>(record.PointerAt(40))) : 2, 2u);
         FreeBlocks(read.api, record);
         for (const Bytes& reply : Truncations(read.reply))
         {
@@ -335,13 +335,9 @@ TEST_F(SMSHandlerTest, RepliesFillTheRecord)
             return result;
         });
     }
-}
-
-TEST_F(SMSHandlerTest, AMessageOfAnUnknownKindResetsTheKind)
-{
-    RawRecord record(kFill);
-    EXPECT_EQ(Ask(0x1403, &record, 3, kStored + Bytes{3, 8, 1, 2, 3, 4, 5, 6}), 3u);
-    EXPECT_TRUE(SameRecord({{20, {0, 0x5A}}}, {}, record, kFill));
+    RawRecord unknown(kFill);
+    EXPECT_EQ(Ask(0x1403, &unknown, 3, kStored + Bytes{3, 8, 1, 2, 3, 4, 5, 6}), 3u);
+    EXPECT_TRUE(SameRecord({{20, {0, 0x5A}}}, {}, unknown, kFill)) << "an unknown kind resets the kind";
 }
 
 TEST_F(SMSHandlerTest, StoredMessagesAreWrittenAsTheyAreRead)
@@ -374,7 +370,7 @@ TEST_F(SMSHandlerTest, StoredMessagesAreWrittenAsTheyAreRead)
 }
 
 #ifndef _WIN32
-TEST_F(SMSHandlerTest, TimeStampIsReadAsLocalAndWrittenAsLocal)
+TEST_F(SMSHandlerTest, TimeStampsAreReadAndWrittenAsLocalAndAFailureEndsTheReading)
 {
     const CCentralEuropeanZone zone;
     SmsStoredMessage record = {};
@@ -391,18 +387,14 @@ TEST_F(SMSHandlerTest, TimeStampIsReadAsLocalAndWrittenAsLocal)
     const Bytes zeros = Bytes{0, 0, 0, 0, 0, 1, 2, 20, 0, 0, 0, 0, 0, 1, 0x84, 12} + Bytes(10);
     EXPECT_TRUE(SameBytes(zeros, phone.Last().body)) << "what cannot be converted";
     CoTaskMemFree(record.time);
-}
 
-TEST_F(SMSHandlerTest, FailedConversionEndsTheReading)
-{
-    const CCentralEuropeanZone zone;
     const Bytes month0 = {0x84, 12, 0x07, 0xE7, 0, 15, 12, 30, 45, 0, 0, 0};
-    RawRecord record(kFill);
-    EXPECT_EQ(Ask(0x1403, &record, 3, kStored + kKinds[0] + Bytes{5} + kItems + month0), 0x80100010u);
-    EXPECT_TRUE(SameRecord({{21, {0x5A}}}, {}, record, kFill));
+    RawRecord failed(kFill);
+    EXPECT_EQ(Ask(0x1403, &failed, 3, kStored + kKinds[0] + Bytes{5} + kItems + month0), 0x80100010u);
+    EXPECT_TRUE(SameRecord({{21, {0x5A}}}, {}, failed, kFill));
     host::FailTimeZone();
-    EXPECT_EQ(Ask(0x1403, &record, 3, kStored + kKinds[1] + kAll), 0x80100024u);
-    EXPECT_TRUE(SameRecord({{21, {0x5A}}}, {}, record, kFill));
+    EXPECT_EQ(Ask(0x1403, &failed, 3, kStored + kKinds[1] + kAll), 0x80100024u);
+    EXPECT_TRUE(SameRecord({{21, {0x5A}}}, {}, failed, kFill));
 }
 #endif
 
@@ -515,14 +507,14 @@ TEST_F(SMSHandlerTest, ReceivedMessagesAreDelivered)
     }
 }
 
-TEST_F(SMSHandlerTest, EventsAreDelivered)
+TEST_F(SMSHandlerTest, EventsAreDeliveredAndIndicationsFreed)
 {
     FailEachAllocation([&] {
         const std::uint32_t result = Decode(11, {0x12, 0x34, 0x56, 0x78});
         EXPECT_EQ(decodedId, result == 0 ? 5132u : 0u);
         EXPECT_EQ(decoded == nullptr, result != 0);
-        if (result == 0)
-            EXPECT_EQ(BytesAt(decoded, 8), (Bytes{0, 0, 0, 0, 0x34, 0x12, 0x56, 0}));
+        const Bytes event = {0, 0, 0, 0, 0x34, 0x12, 0x56, 0};
+        EXPECT_EQ(result == 0 ? BytesAt(decoded, 8) : event, event);
         EXPECT_EQ(handler.FreeDecodedData(5132, decoded), 0u);
         return result;
     });
@@ -530,10 +522,7 @@ TEST_F(SMSHandlerTest, EventsAreDelivered)
     EXPECT_EQ(std::make_pair(decodedId, decoded), std::make_pair(5133u, kNothing.second));
     EXPECT_EQ(Decode(5, {1, 2, 3}), 1u);
     EXPECT_EQ(std::make_pair(decodedId, decoded), kNothing);
-}
 
-TEST_F(SMSHandlerTest, FreeDecodedDataTakesIndicationsOnly)
-{
     RawRecord record(0);
     EXPECT_EQ(handler.FreeDecodedData(5133, &record), 0u);
     for (const std::uint32_t id : {526u, 5132u})

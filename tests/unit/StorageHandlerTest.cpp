@@ -4,6 +4,7 @@
 #include "support/Text.h"
 
 #include <algorithm>
+#include <iterator>
 #include <tuple>
 
 namespace
@@ -205,7 +206,7 @@ TEST_F(StorageHandler, AFailedAllocationLosesNothing)
         FailEachAllocation([&] {
             const std::uint32_t result = areas ? Run(ZEL_STORAGE_LIST_AREAS, 0x24, kAreaReply)
                                                : Run(ZEL_STORAGE_LIST_IDENTIFIERS, 0x07, kIdentifierReply);
-            EXPECT_EQ(std::memcmp(&m_record, &kRecord, sizeof kRecord) != 0, result == ZEL_OK);
+            EXPECT_EQ(std::equal(m_record.bytes, std::end(m_record.bytes), kRecord.bytes), result != ZEL_OK);
             EXPECT_TRUE(result != ZEL_OK || (areas ? TakeAreas().size() == 3 : TakeIdentifiers().size() == 2));
             return result;
         });

@@ -1,9 +1,12 @@
 #pragma once
 
-#include "message/Platform.h"
+#include <windows.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <oleauto.h>
 
 /// Stops the fuzzer: this input breaks a promise.
 inline void Require(bool kept, const char* promise)

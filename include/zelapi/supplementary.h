@@ -46,7 +46,7 @@
 
 /** Entry types that fill the detail record. */
 #define ZEL_SUPPLEMENTARY_ENTRY_VALUE 1u /**< value_2 only. */
-#define ZEL_SUPPLEMENTARY_ENTRY_PARTS 4u /**< All of it, when the phone sends a part 5. */
+#define ZEL_SUPPLEMENTARY_ENTRY_PARTS 4u /**< All of it, when the phone sends a part of id 5. */
 
 /** Number of entries in a SupplementaryRequest: the phone names their number in one byte. */
 #define ZEL_SUPPLEMENTARY_ENTRIES 255

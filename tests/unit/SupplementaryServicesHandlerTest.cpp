@@ -54,11 +54,11 @@ const Bytes kReply = {
     6,    0x55, 0xB1, 0xB2, 0x55, 4,                          // operation, value; entries
     1,    0x55, 0x71, 0x55,                                   // type 1: value 2
     4,    0x55, 0x55, 3,                                      // type 4, three parts
-    9,    3,                                                  // part 9: only these two bytes
-    5,    2,                                                  // part 5, two bytes of padding
+    9,    3,                                                  // part id 9: only these two bytes
+    5,    2,                                                  // part id 5, two bytes of padding
     0x81, 0x82, 0x83, 0x55, 0x84, 2,    3,    0x55,           // values; two units, three bytes
     0,    'H',  0,    'i',  0xD1, 0xD2, 0xD3, 0x55, 0x55,     // text, data, padding
-    5,    0xFC, 0x91, 0x92, 0x93, 0x55, 0x94, 0,    0,    9,  // part 5 again, without text, data and padding
+    5,    0xFC, 0x91, 0x92, 0x93, 0x55, 0x94, 0,    0,    9,  // part id 5 again, without text, data and padding
     7,    0x55,                                               // a type that nobody knows
     1,    0x55, 0x72, 0x55,                                   //
 };

@@ -11,6 +11,9 @@ namespace zelctl
 namespace
 {
 
+constexpr NumberRange kByte = {0, 0xFF};
+constexpr NumberRange kWord = {0, 0xFFFF};
+
 constexpr std::string_view kEndOfOptions = "--";
 
 std::string Quoted(std::string_view text)
@@ -127,6 +130,26 @@ CArguments::CArguments(std::vector<std::string> words, std::span<const Option> k
 std::uint32_t CArguments::Number(std::size_t index, std::string_view what, NumberRange range) const
 {
     return ParseNumber(m_words[index], what, range);
+}
+
+std::uint8_t CArguments::Byte(std::size_t index, std::string_view what) const
+{
+    return static_cast<std::uint8_t>(Number(index, what, kByte));
+}
+
+std::uint16_t CArguments::Word(std::size_t index, std::string_view what) const
+{
+    return static_cast<std::uint16_t>(Number(index, what, kWord));
+}
+
+std::uint8_t CArguments::OptionByte(std::string_view option, std::uint8_t otherwise) const
+{
+    return static_cast<std::uint8_t>(OptionNumber(option, kByte).value_or(otherwise));
+}
+
+std::uint16_t CArguments::OptionWord(std::string_view option, std::uint16_t otherwise) const
+{
+    return static_cast<std::uint16_t>(OptionNumber(option, kWord).value_or(otherwise));
 }
 
 std::optional<std::string> CArguments::OptionText(std::string_view option) const

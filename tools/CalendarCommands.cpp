@@ -11,15 +11,13 @@ namespace
 
 constexpr std::uint8_t kUsualMode = 2;
 constexpr std::uint8_t kLastMode = 3;
-constexpr NumberRange kByte = {0, 0xFF};
-constexpr NumberRange kWord = {0, 0xFFFF};
 
 // ---- Listing
 
 CalendarListRecord ListRecordOf(const CArguments& arguments)
 {
     CalendarListRecord record = {};
-    const auto selector = arguments.OptionNumber("--selector", kWord);
+    const auto selector = arguments.OptionNumber("--selector", {0, 0xFFFF});
     const auto mode = arguments.OptionNumber("--mode", {0, kLastMode});
     record.selector = static_cast<std::uint16_t>(selector.value_or(0));
     record.mode = static_cast<std::uint8_t>(mode.value_or(selector ? 1 : kUsualMode));
@@ -138,7 +136,7 @@ void Query(CContext& context)
 void OperateOnKind(CContext& context)
 {
     CalendarKindRecord record = {};
-    record.kind = static_cast<std::uint8_t>(context.arguments.Number(0, "KIND", kByte));
+    record.kind = context.arguments.Byte(0, "KIND");
     context.Phone().Send("the operation", ZEL_CALENDAR_KIND_OPERATION, record);
     context.output.Show({{"done", true}});
 }

@@ -11,7 +11,6 @@ namespace zelctl
 namespace
 {
 
-constexpr NumberRange kByte = {0, 0xFF};
 /// What an element holds at most.
 constexpr std::size_t kLongestNumber = 123;
 constexpr std::size_t kLongestText = 122;
@@ -71,14 +70,6 @@ std::vector<std::uint8_t> Parameters(const CArguments& arguments, std::string_vi
     return arguments.OptionBytes(option, {count, count}).value_or(std::vector<std::uint8_t>(count));
 }
 
-BStr TextWithin(const std::string& text, std::string_view what, std::size_t longest)
-{
-    BStr units = ToBStr(text);
-    if (SysStringLen(units.get()) > longest)
-        throw CUsageError(std::string(what) + " has more than " + std::to_string(longest) + " characters");
-    return units;
-}
-
 void AddNumber(CNewCall& call, const CArguments& arguments)
 {
     const std::string& number = arguments.Text(0);
@@ -86,7 +77,7 @@ void AddNumber(CNewCall& call, const CArguments& arguments)
     if (number.size() == sign)
         throw CUsageError("NUMBER is empty");
     call.Add(ZEL_CALL_NUMBER, Parameters(arguments, "--number-parameters", 2),
-             TextWithin(number, "NUMBER", kLongestNumber + sign));
+             ToBStrWithin(number, "NUMBER", kLongestNumber + sign));
 }
 
 void AddOptions(CNewCall& call, const CArguments& arguments)
@@ -95,7 +86,7 @@ void AddOptions(CNewCall& call, const CArguments& arguments)
         call.Add(ZEL_CALL_PARAMETERS, *parameters);
     if (const auto text = arguments.OptionText("--text"))
         call.Add(ZEL_CALL_TEXT, Parameters(arguments, "--text-parameters", 4),
-                 TextWithin(*text, "--text", kLongestText));
+                 ToBStrWithin(*text, "--text", kLongestText));
     else if (arguments.Has("--text-parameters"))
         throw CUsageError("--text-parameters goes with --text");
 }
@@ -132,7 +123,7 @@ void DialVariant(CContext& context)
 
 CallRecord CallOf(const CArguments& arguments, std::size_t index)
 {
-    return {0, static_cast<std::uint8_t>(arguments.Number(index, "CALL", kByte)), 0, 0, nullptr};
+    return {0, arguments.Byte(index, "CALL"), 0, 0, nullptr};
 }
 
 void Run(CContext& context, const char* what, std::uint32_t messageId, CallRecord record)
@@ -165,7 +156,7 @@ constexpr Operation kOperations[] = {
 void Control(CContext& context)
 {
     const CArguments& arguments = context.arguments;
-    const std::uint32_t number = arguments.Number(0, "OPERATION", kByte);
+    const std::uint32_t number = arguments.Byte(0, "OPERATION");
     const auto* operation = std::find_if(std::begin(kOperations), std::end(kOperations),
                                          [&](const Operation& known) { return known.number == number; });
     if (operation == std::end(kOperations))
@@ -238,8 +229,7 @@ struct CallStatus
 void ShowStatus(CContext& context)
 {
     CallStatus status(CallOf(context.arguments, 0));
-    status.record.count_or_mode =
-        static_cast<std::uint8_t>(context.arguments.OptionNumber("--mode", kByte).value_or(kStatusMode));
+    status.record.count_or_mode = context.arguments.OptionByte("--mode", kStatusMode);
     context.Phone().Send("asking for the status of the call", ZEL_CALL_STATUS_QUERY, status.record);
     context.output.Show({{"call", status.record.call_id}, {"elements", Describe(status.Elements())}});
 }

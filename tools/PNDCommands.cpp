@@ -14,10 +14,10 @@ namespace
 PndReadRecord ReadByLocation(const CArguments& arguments)
 {
     PndReadRecord record = {};
-    record.kind = ByteOption(arguments, "--kind", kByLocation);
-    record.mode = ByteOption(arguments, "--mode", ZEL_PND_MODE_LOCATION);
-    record.value_6 = ByteOption(arguments, "--value", 0);
-    record.store = ByteArgument(arguments, 0, "STORE");
+    record.kind = arguments.OptionByte("--kind", kByLocation);
+    record.mode = arguments.OptionByte("--mode", ZEL_PND_MODE_LOCATION);
+    record.value_6 = arguments.OptionByte("--value", 0);
+    record.store = arguments.Byte(0, "STORE");
     if (record.kind == ZEL_PND_BY_TEXT && record.mode != ZEL_PND_MODE_LOCATION)
         throw CUsageError("kind 1 looks for a text in this mode: use \"zelctl pnd find\"");
     return record;
@@ -27,9 +27,9 @@ PndReadRecord ReadByText(const CArguments& arguments)
 {
     PndReadRecord record = {};
     record.kind = ZEL_PND_BY_TEXT;
-    record.mode = ByteOption(arguments, "--mode", 0);
-    record.value_6 = ByteOption(arguments, "--value", 0);
-    record.store = ByteArgument(arguments, 0, "STORE");
+    record.mode = arguments.OptionByte("--mode", 0);
+    record.value_6 = arguments.OptionByte("--value", 0);
+    record.store = arguments.Byte(0, "STORE");
     if (record.mode == ZEL_PND_MODE_LOCATION)
         throw CUsageError("--mode: mode 1 looks for no text");
     return record;
@@ -38,7 +38,7 @@ PndReadRecord ReadByText(const CArguments& arguments)
 void Show(CContext& context)
 {
     PndReadRecord record = ReadByLocation(context.arguments);
-    record.entry.location = WordArgument(context.arguments, 1, "LOCATION");
+    record.entry.location = context.arguments.Word(1, "LOCATION");
     context.Phone().Send("reading the entry", ZEL_PND_READ_ENTRY, record);
     ShowPndEntry(context.output, record.entry);
 }
@@ -47,7 +47,7 @@ void Find(CContext& context)
 {
     constexpr std::uint8_t kUsualType = 7;
     PndReadRecord record = ReadByText(context.arguments);
-    CPndFieldsToSend wanted(ByteOption(context.arguments, "--type", kUsualType), context.arguments.Text(1));
+    CPndFieldsToSend wanted(context.arguments.OptionByte("--type", kUsualType), context.arguments.Text(1));
     record.entry.fields = wanted.Data();
     record.entry.field_count = wanted.Count();
     context.Phone().Send("looking for the entry", ZEL_PND_READ_ENTRY, record);
@@ -76,7 +76,7 @@ catch (const CFailure& failure)
 void List(CContext& context)
 {
     PndReadRecord record = ReadByLocation(context.arguments);
-    const std::uint16_t first = WordArgument(context.arguments, 1, "FIRST");
+    const std::uint16_t first = context.arguments.Word(1, "FIRST");
     const auto last = static_cast<std::uint16_t>(context.arguments.Number(2, "LAST", {first, 0xFFFF}));
     CConnection& phone = context.Phone();
     Value list = Value::array();
@@ -97,11 +97,11 @@ void List(CContext& context)
 void ShowFields(CContext& context)
 {
     PndField wanted = {};
-    wanted.type = ByteArgument(context.arguments, 2, "TYPE");
-    wanted.attribute = ByteOption(context.arguments, "--attribute", 0x80);
+    wanted.type = context.arguments.Byte(2, "TYPE");
+    wanted.attribute = context.arguments.OptionByte("--attribute", 0x80);
     PndReadRecord record = {};
-    record.store = ByteArgument(context.arguments, 0, "STORE");
-    record.entry.location = WordArgument(context.arguments, 1, "LOCATION");
+    record.store = context.arguments.Byte(0, "STORE");
+    record.entry.location = context.arguments.Word(1, "LOCATION");
     record.entry.fields = &wanted;
     context.Phone().Send("reading the fields", ZEL_PND_READ_FIELDS, record);
     if (record.entry.fields == &wanted)
@@ -115,16 +115,16 @@ void ShowFields(CContext& context)
 void Add(CContext& context)
 {
     PndWriteRecord record = {};
-    record.store = ByteArgument(context.arguments, 0, "STORE");
-    record.location = static_cast<std::uint16_t>(context.arguments.OptionNumber("--location", kWord).value_or(0));
+    record.store = context.arguments.Byte(0, "STORE");
+    record.location = context.arguments.OptionWord("--location", 0);
     WritePndFields(context, ZEL_PND_WRITE_ENTRY, "writing the entry", record, 1);
 }
 
 void WriteFields(CContext& context)
 {
     PndWriteRecord record = {};
-    record.store = ByteArgument(context.arguments, 0, "STORE");
-    record.location = WordArgument(context.arguments, 1, "LOCATION");
+    record.store = context.arguments.Byte(0, "STORE");
+    record.location = context.arguments.Word(1, "LOCATION");
     WritePndFields(context, ZEL_PND_WRITE_FIELDS, "writing the fields", record, 2);
 }
 
@@ -132,7 +132,7 @@ void WriteFields(CContext& context)
 
 void RunCommand(CContext& context, std::uint32_t messageId)
 {
-    PndCommandRecord record = {0, ByteArgument(context.arguments, 0, "VALUE")};
+    PndCommandRecord record = {0, context.arguments.Byte(0, "VALUE")};
     context.Phone().Send("the command", messageId, record);
     context.output.Show({{"done", true}});
 }
@@ -151,8 +151,8 @@ void RunCommand15(CContext& context)
 {
     constexpr std::uint8_t kRefusedStore = 16;
     PndCommand15Record record = {};
-    record.store = ByteArgument(context.arguments, 0, "STORE");
-    record.location = WordArgument(context.arguments, 1, "LOCATION");
+    record.store = context.arguments.Byte(0, "STORE");
+    record.location = context.arguments.Word(1, "LOCATION");
     if (record.store == kRefusedStore)
         throw CUsageError("STORE: the command is not for store 16");
     context.Phone().Send("the command", ZEL_PND_COMMAND_15, record);
@@ -162,10 +162,10 @@ void RunCommand15(CContext& context)
 void RunCommand28(CContext& context)
 {
     PndCommand28Record record = {};
-    record.store = ByteArgument(context.arguments, 0, "STORE");
-    record.location = WordArgument(context.arguments, 1, "LOCATION");
-    record.value_8 = ByteArgument(context.arguments, 2, "VALUE-8");
-    record.value_7 = ByteArgument(context.arguments, 3, "VALUE-7");
+    record.store = context.arguments.Byte(0, "STORE");
+    record.location = context.arguments.Word(1, "LOCATION");
+    record.value_8 = context.arguments.Byte(2, "VALUE-8");
+    record.value_7 = context.arguments.Byte(3, "VALUE-7");
     context.Phone().Send("the command", ZEL_PND_COMMAND_28, record);
     context.output.Show({{"done", true}});
 }

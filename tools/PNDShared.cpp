@@ -26,21 +26,6 @@ struct Items
 
 }  // namespace
 
-std::uint8_t ByteArgument(const CArguments& arguments, std::size_t index, const char* what)
-{
-    return static_cast<std::uint8_t>(arguments.Number(index, what, kByte));
-}
-
-std::uint16_t WordArgument(const CArguments& arguments, std::size_t index, const char* what)
-{
-    return static_cast<std::uint16_t>(arguments.Number(index, what, kWord));
-}
-
-std::uint8_t ByteOption(const CArguments& arguments, const char* option, std::uint8_t otherwise)
-{
-    return static_cast<std::uint8_t>(arguments.OptionNumber(option, kByte).value_or(otherwise));
-}
-
 void ShowPndEntry(const COutput& output, const PndEntry& entry)
 {
     const CPndReceivedFields fields(entry);
@@ -60,8 +45,8 @@ void WritePndFields(CContext& context, std::uint32_t messageId, const char* what
 void ShowPndStore14(CContext& context)
 {
     PndStore14Record record = {};
-    record.kind = ByteOption(context.arguments, "--kind", kByLocation);
-    record.location = WordArgument(context.arguments, 0, "LOCATION");
+    record.kind = context.arguments.OptionByte("--kind", kByLocation);
+    record.location = context.arguments.Word(0, "LOCATION");
     context.Phone().Send("reading the entry", ZEL_PND_READ_STORE_14, record);
     const TaskMem<PndStore14Item> items(record.items);
     Value shown = {{"location", record.location}, {"value", record.value}, {"count", record.count}};
@@ -74,11 +59,11 @@ void ShowPndStore14(CContext& context)
 void WritePndStore14(CContext& context)
 {
     PndStore14Item item = {};
-    item.value_5 = ByteArgument(context.arguments, 1, "VALUE-5");
-    item.value_6 = WordArgument(context.arguments, 2, "VALUE-6");
-    item.value_13 = ByteArgument(context.arguments, 3, "VALUE-13");
+    item.value_5 = context.arguments.Byte(1, "VALUE-5");
+    item.value_6 = context.arguments.Word(2, "VALUE-6");
+    item.value_13 = context.arguments.Byte(3, "VALUE-13");
     PndStore14Record record = {};
-    record.location = WordArgument(context.arguments, 0, "LOCATION");
+    record.location = context.arguments.Word(0, "LOCATION");
     record.count = 1;
     record.items = &item;
     context.Phone().Send("writing the entry", ZEL_PND_WRITE_STORE_14, record);
@@ -88,8 +73,8 @@ void WritePndStore14(CContext& context)
 void ShowPndStore16(CContext& context)
 {
     PndReadStore16Record record = {};
-    record.kind = ByteOption(context.arguments, "--kind", kByLocation);
-    record.location = WordArgument(context.arguments, 0, "LOCATION");
+    record.kind = context.arguments.OptionByte("--kind", kByLocation);
+    record.location = context.arguments.Word(0, "LOCATION");
     context.Phone().Send("reading the entry", ZEL_PND_READ_STORE_16, record);
     ShowPndEntry(context.output, record.entry);
 }
@@ -97,14 +82,14 @@ void ShowPndStore16(CContext& context)
 void WritePndStore16(CContext& context)
 {
     PndWriteRecord record = {};
-    record.location = WordArgument(context.arguments, 0, "LOCATION");
+    record.location = context.arguments.Word(0, "LOCATION");
     WritePndFields(context, ZEL_PND_WRITE_STORE_16, "writing the entry", record, 1);
 }
 
 void ShowPndState(CContext& context)
 {
     PndStoreStateRecord record = {};
-    record.store = ByteArgument(context.arguments, 0, "STORE");
+    record.store = context.arguments.Byte(0, "STORE");
     context.Phone().Send("asking for the state of the store", ZEL_PND_STORE_STATE, record);
     context.output.Show({{"store", record.store},
                          {"value_8", record.value_8},
@@ -117,7 +102,7 @@ void ShowPndState(CContext& context)
 void ShowPndItems(CContext& context)
 {
     Items items;
-    items.record.value_4 = ByteArgument(context.arguments, 0, "VALUE");
+    items.record.value_4 = context.arguments.Byte(0, "VALUE");
     context.Phone().Send("listing the items", ZEL_PND_LIST, items.record);
     Value rows = Value::array();
     for (std::size_t i = 0; i < items.record.count; ++i)

@@ -42,7 +42,7 @@ class CBlockRecord
 
 std::uint16_t KeyOf(const CArguments& arguments)
 {
-    return static_cast<std::uint16_t>(arguments.Number(0, "KEY", {0, 0xFFFF}));
+    return arguments.Word(0, "KEY");
 }
 
 std::filesystem::path PathOf(const std::string& name)

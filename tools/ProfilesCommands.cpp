@@ -13,7 +13,6 @@ namespace zelctl
 namespace
 {
 
-constexpr NumberRange kByte = {0, 0xFF};
 constexpr std::uint8_t kDone = 1;
 constexpr std::size_t kMostCharacters = 16;
 constexpr std::size_t kMostSettings = 0xFF;
@@ -75,10 +74,10 @@ void ShowSettings(CContext& context)
 {
     std::vector<std::uint8_t> ids;
     for (std::size_t i = 1; i < context.arguments.Count(); ++i)
-        ids.push_back(static_cast<std::uint8_t>(context.arguments.Number(i, "SETTING", kByte)));
+        ids.push_back(context.arguments.Byte(i, "SETTING"));
     ProfileRecord record = {};
-    record.p0 = static_cast<std::uint8_t>(context.arguments.OptionNumber("--p0", kByte).value_or(0));
-    record.p1 = static_cast<std::uint8_t>(context.arguments.Number(0, "PROFILE", kByte));
+    record.p0 = context.arguments.OptionByte("--p0", 0);
+    record.p1 = context.arguments.Byte(0, "PROFILE");
     record.p2 = static_cast<std::uint8_t>(ids.size());
     record.in.setting_ids = ids.data();
 
@@ -144,9 +143,9 @@ void SetSetting(CContext& context)
 {
     const CArguments& arguments = context.arguments;
     ProfileSetting setting = {};
-    setting.profile = static_cast<std::uint8_t>(arguments.Number(0, "PROFILE", kByte));
-    setting.second = static_cast<std::uint8_t>(arguments.OptionNumber("--second", kByte).value_or(0));
-    setting.setting_id = static_cast<std::uint8_t>(arguments.Number(1, "SETTING", kByte));
+    setting.profile = arguments.Byte(0, "PROFILE");
+    setting.second = arguments.OptionByte("--second", 0);
+    setting.setting_id = arguments.Byte(1, "SETTING");
     const BStr text = ReadValue(arguments, setting);
     ProfileRecord record = {};
     record.p0 = 1;

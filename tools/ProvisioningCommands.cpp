@@ -56,7 +56,7 @@ void Write(CContext& context)
 
 void Select(CContext& context)
 {
-    const auto number = static_cast<std::uint8_t>(context.arguments.Number(0, "NUMBER", {0, 255}));
+    const auto number = context.arguments.Byte(0, "NUMBER");
     ProvisioningNumber record = {0, number};
     context.Phone().Send("sending the number of the set", ZEL_PROVISIONING_SET_NUMBER, record);
     context.output.Show({{"number", number}});

@@ -60,7 +60,7 @@ void RequireNoSets(const std::filesystem::path& folder);
 /// Saves the sets; the folder is made if it is not there. Returns their description with the names of the content
 /// files.
 Value SaveSets(const ProvisioningList& list, const std::filesystem::path& folder);
-/// The description that was saved.
+/// What SaveSets has written, for CSetsToSend. Throws CFailure.
 Value LoadSets(const std::filesystem::path& folder);
 
 }  // namespace zelctl

@@ -9,8 +9,6 @@ namespace zelctl
 namespace
 {
 
-constexpr NumberRange kByte = {0, 255};
-
 /// A list that the library fills in; what it hands out is freed at the end.
 struct ReceivedItems
 {
@@ -46,11 +44,6 @@ Value DescribeSetting(const RadioSetting& setting)
             {"text", FromBStr(setting.text)}};
 }
 
-std::uint8_t ByteOf(const CContext& context, std::size_t index, const char* what)
-{
-    return static_cast<std::uint8_t>(context.arguments.Number(index, what, kByte));
-}
-
 void List(CContext& context)
 {
     ReceivedItems received;
@@ -68,10 +61,9 @@ void List(CContext& context)
 void WriteItem(CContext& context)
 {
     const CArguments& arguments = context.arguments;
-    const std::uint8_t value = ByteOf(context, 0, "VALUE");
-    const BStr name = ToBStr(arguments.Text(1));
-    if (SysStringLen(name.get()) > 255)
-        throw CUsageError("NAME: more than 255 characters cannot be read back");
+    const std::uint8_t value = context.arguments.Byte(0, "VALUE");
+    // A longer one could not be read back.
+    const BStr name = ToBStrWithin(arguments.Text(1), "NAME", 255);
     std::vector<std::uint8_t> data = ParseHex(arguments.Words().subspan(2));
     if (data.size() > 255)
         throw CUsageError("HEX: more than 255 bytes cannot be sent");
@@ -84,7 +76,7 @@ void WriteItem(CContext& context)
 void ShowSetting(CContext& context)
 {
     RadioSetting record = {};
-    record.key = ByteOf(context, 0, "KEY");
+    record.key = context.arguments.Byte(0, "KEY");
     context.Phone().Send("reading the radio setting", ZEL_RADIO_READ_SETTING, record);
     const BStr text(record.text);
     context.output.Show(DescribeSetting(record));
@@ -92,15 +84,13 @@ void ShowSetting(CContext& context)
 
 void WriteSetting(CContext& context)
 {
-    const BStr text = ToBStr(context.arguments.Count() > 6 ? context.arguments.Text(6) : "");
-    if (SysStringLen(text.get()) > 120)
-        throw CUsageError("TEXT: more than 120 characters cannot be sent");
+    const BStr text = ToBStrWithin(context.arguments.Count() > 6 ? context.arguments.Text(6) : "", "TEXT", 120);
     RadioSetting record = {};
-    record.key = ByteOf(context, 0, "KEY");
-    record.value_12 = ByteOf(context, 1, "VALUE12");
-    record.value_13 = ByteOf(context, 2, "VALUE13");
-    record.value_14 = ByteOf(context, 3, "VALUE14");
-    record.value_15 = ByteOf(context, 4, "VALUE15");
+    record.key = context.arguments.Byte(0, "KEY");
+    record.value_12 = context.arguments.Byte(1, "VALUE12");
+    record.value_13 = context.arguments.Byte(2, "VALUE13");
+    record.value_14 = context.arguments.Byte(3, "VALUE14");
+    record.value_15 = context.arguments.Byte(4, "VALUE15");
     record.value_16 = context.arguments.Number(5, "VALUE16");
     record.text = text.get();
     context.Phone().Send("writing the radio setting", ZEL_RADIO_WRITE_SETTING, record);
@@ -110,8 +100,8 @@ void WriteSetting(CContext& context)
 void SendRequest3(CContext& context)
 {
     RadioSetting record = {};
-    record.key = ByteOf(context, 0, "KEY");
-    record.second_key = ByteOf(context, 1, "SECOND-KEY");
+    record.key = context.arguments.Byte(0, "KEY");
+    record.second_key = context.arguments.Byte(1, "SECOND-KEY");
     context.Phone().Send("sending radio request 3", ZEL_RADIO_REQUEST_3, record);
     context.output.Show({{"key", record.key}, {"second_key", record.second_key}});
 }

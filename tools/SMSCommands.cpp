@@ -13,8 +13,6 @@ namespace
 
 constexpr std::uint8_t kTransportResource = 0x02;
 constexpr std::uint8_t kStoreResource = 0x14;
-constexpr NumberRange kByte = {0, 0xFF};
-constexpr NumberRange kWord = {0, 0xFFFF};
 /// No phone sends it; a record that still has it got no message.
 constexpr std::uint8_t kNoKind = 0xFF;
 
@@ -28,7 +26,7 @@ void ReadBytes(const CArguments& arguments, std::string_view option, std::uint8_
 
 std::uint16_t Location(const CArguments& arguments)
 {
-    return static_cast<std::uint16_t>(arguments.Number(0, "LOCATION", kWord));
+    return arguments.Word(0, "LOCATION");
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -119,7 +117,7 @@ void Store(CContext& context)
     auto first = Block(arguments, "--first-block", kind, {ZEL_SMS_KIND_0, ZEL_SMS_KIND_1});
     auto second = Block(arguments, "--second-block", kind, {ZEL_SMS_KIND_1, ZEL_SMS_KIND_1});
     SmsStoredMessage record = {};
-    record.location = static_cast<std::uint16_t>(arguments.OptionNumber("--location", kWord).value_or(0));
+    record.location = arguments.OptionWord("--location", 0);
     ReadSelectors(arguments, record);
     record.content.kind = kind;
     if (const auto header = arguments.OptionBytes("--header", {2, 4}))
@@ -146,11 +144,6 @@ void Delete(CContext& context)
     context.output.Show({{"deleted", record.location}});
 }
 
-Value BlockText(const TaskMem<std::uint8_t>& block, std::size_t size)
-{
-    return block ? Value(HexBytes({block.get(), size})) : Value(nullptr);
-}
-
 void ShowDetails(CContext& context)
 {
     SmsDetails record = {};
@@ -165,9 +158,9 @@ void ShowDetails(CContext& context)
     if (first)
         fields.update({{"leading_bytes", HexBytes(record.lead)},
                        {"values", HexBytes(record.values)},
-                       {"first_block", BlockText(first, ZEL_SMS_DETAIL_LENGTH)},
-                       {"second_block", BlockText(second, ZEL_SMS_DETAIL_LENGTH)},
-                       {"third_block", BlockText(third, ZEL_SMS_BLOCK_LENGTH)},
+                       {"first_block", BlockText(first.get(), ZEL_SMS_DETAIL_LENGTH)},
+                       {"second_block", BlockText(second.get(), ZEL_SMS_DETAIL_LENGTH)},
+                       {"third_block", BlockText(third.get(), ZEL_SMS_BLOCK_LENGTH)},
                        {"text", FromBStr(text.get())},
                        {"trailing_bytes", HexBytes(record.trail)},
                        {"last_value", record.last_value}});
@@ -176,7 +169,7 @@ void ShowDetails(CContext& context)
 
 void RunCommand(CContext& context)
 {
-    SmsCommand record = {0, static_cast<std::uint8_t>(context.arguments.Number(0, "N", kByte))};
+    SmsCommand record = {0, context.arguments.Byte(0, "N")};
     context.Phone().Send("the command", ZEL_SMS_COMMAND, record);
     context.output.Show({{"command", record.value}});
 }
@@ -209,11 +202,11 @@ void ShowAddresses(CContext& context)
     context.output.Show({{"inverted", record.inverted},
                          {"values", HexBytes(record.values)},
                          {"first_address_type", Hex(record.first_address_type, 2)},
-                         {"first_address", BlockText(first, record.first_address_length)},
+                         {"first_address", BlockText(first.get(), record.first_address_length)},
                          {"second_address_type", Hex(record.second_address_type, 2)},
-                         {"second_address", BlockText(second, record.second_address_length)},
+                         {"second_address", BlockText(second.get(), record.second_address_length)},
                          {"block_value", record.block_value},
-                         {"block", BlockText(block, record.block_length)}});
+                         {"block", BlockText(block.get(), record.block_length)}});
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -252,7 +245,7 @@ void WriteText(CContext& context)
 {
     const std::string& words = context.arguments.Text(1);
     const BStr text = ToBStr(words);
-    SmsTextToWrite record = {0, static_cast<std::uint8_t>(context.arguments.Number(0, "VALUE", kByte)), text.get()};
+    SmsTextToWrite record = {0, context.arguments.Byte(0, "VALUE"), text.get()};
     if (SysStringLen(text.get()) > ZEL_SMS_TEXT_MAX)
         throw CUsageError("the text is longer than " + std::to_string(ZEL_SMS_TEXT_MAX) + " characters");
     CConnection& phone = context.Phone();

@@ -25,11 +25,6 @@ struct HeaderOrder
 };
 constexpr HeaderOrder kHeaders[] = {{3, {0, 1, 2}}, {2, {0, 3}}, {4, {0, 3, 1, 2}}};
 
-std::uint8_t ByteOption(const CArguments& arguments, std::string_view option)
-{
-    return static_cast<std::uint8_t>(arguments.OptionNumber(option, {0, 0xFF}).value_or(0));
-}
-
 std::vector<std::uint8_t> BytesOption(const CArguments& arguments, std::string_view option)
 {
     return arguments.OptionBytes(option, {1, ZEL_SMS_PARAMETER_MAX}).value_or(std::vector<std::uint8_t>());
@@ -40,11 +35,6 @@ std::size_t SizeOf(const std::vector<std::uint8_t>& parameter)
     return parameter.empty() ? 0 : (kParameterHead + parameter.size() + 3) / 4 * 4;
 }
 
-Value BlockText(const std::uint8_t* block, std::size_t size)
-{
-    return block == nullptr ? Value(nullptr) : Value(HexBytes({block, size}));
-}
-
 Value TypeText(const std::uint8_t* address, std::uint8_t type)
 {
     return address == nullptr ? Value(nullptr) : Value(Hex(type, 2));
@@ -52,14 +42,19 @@ Value TypeText(const std::uint8_t* address, std::uint8_t type)
 
 }  // namespace
 
+Value BlockText(const std::uint8_t* block, std::size_t size)
+{
+    return block == nullptr ? Value(nullptr) : Value(HexBytes({block, size}));
+}
+
 CMessageParameters::CMessageParameters(const CArguments& arguments)
     : m_firstAddress(BytesOption(arguments, "--first-address")),
       m_secondAddress(BytesOption(arguments, "--second-address")),
       m_extra(BytesOption(arguments, "--extra")),
       m_data(BytesOption(arguments, "--data")),
-      m_firstType(ByteOption(arguments, "--first-type")),
-      m_secondType(ByteOption(arguments, "--second-type")),
-      m_coding(ByteOption(arguments, "--coding"))
+      m_firstType(arguments.OptionByte("--first-type")),
+      m_secondType(arguments.OptionByte("--second-type")),
+      m_coding(arguments.OptionByte("--coding"))
 {
     const std::size_t size = SizeOf(m_firstAddress) + SizeOf(m_secondAddress) + SizeOf(m_extra) + SizeOf(m_data);
     if (size > kMostParameterBytes)

@@ -55,6 +55,9 @@ class CMessageParameters
     std::uint8_t m_coding;
 };
 
+/// Bytes in hex; null where there are none.
+Value BlockText(const std::uint8_t* block, std::size_t size);
+
 /// The header bytes that a message of this kind has, in the order in which they are sent.
 std::vector<std::uint8_t> HeaderOf(const SmsContent& content);
 /// The reverse. Throws CUsageError for a wrong number of bytes.

@@ -37,15 +37,10 @@ void ShowAreas(CContext& context)
     context.output.Show(rows);
 }
 
-std::uint8_t ByteOf(const CArguments& arguments, std::size_t index, std::string_view what)
-{
-    return static_cast<std::uint8_t>(arguments.Number(index, what, {0, 0xFF}));
-}
-
 void ShowIdentifiers(CContext& context)
 {
     StorageIdentifierList list = {};
-    list.area = ByteOf(context.arguments, 0, "AREA");
+    list.area = context.arguments.Byte(0, "AREA");
     context.Phone().Send("reading the identifiers of the area", ZEL_STORAGE_LIST_IDENTIFIERS, list);
     const TaskMem<std::uint32_t> owned(list.identifiers);
     Value identifiers = Value::array();
@@ -63,7 +58,7 @@ void SendCommand(CContext& context)
 
 void SendAreaCommand(CContext& context)
 {
-    StorageAreaCommand command = {ByteOf(context.arguments, 0, "VALUE")};
+    StorageAreaCommand command = {context.arguments.Byte(0, "VALUE")};
     context.Phone().Send("sending the command", ZEL_STORAGE_AREA_COMMAND, command);
     context.output.Show({{"value", command.value}, {"done", true}});
 }
@@ -78,8 +73,8 @@ void SendIdentifierCommand(CContext& context)
 void SendThreeByteCommand(CContext& context)
 {
     const CArguments& arguments = context.arguments;
-    StorageThreeByteCommand command = {0, arguments.Number(0, "ID"), ByteOf(arguments, 1, "FIRST"),
-                                       ByteOf(arguments, 2, "SECOND"), ByteOf(arguments, 3, "THIRD")};
+    StorageThreeByteCommand command = {0, arguments.Number(0, "ID"), arguments.Byte(1, "FIRST"),
+                                       arguments.Byte(2, "SECOND"), arguments.Byte(3, "THIRD")};
     context.Phone().Send("sending the command", ZEL_STORAGE_THREE_BYTE_COMMAND, command);
     context.output.Show({{"identifier", Hex(command.identifier, 8)}, {"done", true}});
 }
@@ -98,11 +93,6 @@ Value DescribeEvent(const void* record)
             {"third", ValueOf(event.third)}};
 }
 
-void ReleaseEvent(void* record)
-{
-    CoTaskMemFree(record);
-}
-
 constexpr Command kCommands[] = {
     {"storage areas", "", 0, 0, "lists the storage areas", "", {}, ShowAreas},
     {"storage list", "AREA", 1, 1, "lists the identifiers that an area holds", "", {}, ShowIdentifiers},
@@ -119,7 +109,7 @@ constexpr Command kCommands[] = {
      SendThreeByteCommand},
 };
 
-constexpr Indication kIndications[] = {{ZEL_STORAGE_EVENT, "storage event", DescribeEvent, ReleaseEvent}};
+constexpr Indication kIndications[] = {{ZEL_STORAGE_EVENT, "storage event", DescribeEvent, ReleaseBlock}};
 
 }  // namespace
 

@@ -12,8 +12,6 @@ namespace zelctl
 namespace
 {
 
-constexpr NumberRange kByte = {0, 0xFF};
-constexpr NumberRange kWord = {0, 0xFFFF};
 /// What fits into one request.
 constexpr std::size_t kMostUnits = 123;
 
@@ -35,16 +33,6 @@ struct Entry
 };
 
 using Entries = std::vector<Entry>;
-
-std::uint8_t ByteOf(const CContext& context, std::size_t index, const char* what)
-{
-    return static_cast<std::uint8_t>(context.arguments.Number(index, what, kByte));
-}
-
-std::uint16_t WordOf(const CContext& context, std::size_t index, const char* what)
-{
-    return static_cast<std::uint16_t>(context.arguments.Number(index, what, kWord));
-}
 
 /// The record names no length for the data; its block knows.
 std::span<const std::uint8_t> BytesOf(const TaskMem<std::uint8_t>& block)
@@ -74,8 +62,8 @@ Value Describe(const Entries& entries)
 void Query(CContext& context)
 {
     SupplementaryRequest request = {};
-    request.service_code = ByteOf(context, 0, "CODE");
-    request.value = WordOf(context, 1, "VALUE");
+    request.service_code = context.arguments.Byte(0, "CODE");
+    request.value = context.arguments.Word(1, "VALUE");
     std::vector<SupplementaryDetail> details(std::size(request.entries));
     for (std::size_t i = 0; i < details.size(); ++i)
         request.entries[i] = {kNotSent, &details[i], 0};
@@ -101,15 +89,15 @@ void SendFixed(CContext& context, const char* what, std::uint32_t messageId, Sup
 void QueryFixed(CContext& context)
 {
     SupplementaryRequest request = {};
-    request.service_code = ByteOf(context, 0, "CODE");
+    request.service_code = context.arguments.Byte(0, "CODE");
     SendFixed(context, "asking for the service", ZEL_SUPPLEMENTARY_QUERY_43, request);
 }
 
 void RequestFixed(CContext& context)
 {
     SupplementaryRequest request = {};
-    request.operation = ByteOf(context, 0, "OPERATION");
-    request.service_code = ByteOf(context, 1, "CODE");
+    request.operation = context.arguments.Byte(0, "OPERATION");
+    request.service_code = context.arguments.Byte(1, "CODE");
     SendFixed(context, "sending the operation", ZEL_SUPPLEMENTARY_REQUEST_43, request);
 }
 
@@ -119,10 +107,7 @@ BStr TextOf(const CArguments& arguments, std::uint8_t operation)
     const bool isGiven = arguments.Count() > kTextArgument;
     if (isGiven != (operation == ZEL_SUPPLEMENTARY_OPERATION_TEXT))
         throw CUsageError("operation 3 takes a text, the others do not");
-    BStr text = ToBStr(isGiven ? arguments.Text(kTextArgument) : std::string());
-    if (SysStringLen(text.get()) > kMostUnits)
-        throw CUsageError("TEXT: more than 123 characters cannot be sent");
-    return text;
+    return ToBStrWithin(isGiven ? arguments.Text(kTextArgument) : std::string(), "TEXT", kMostUnits);
 }
 
 /// REQUIRES: there is room in `entries`, so that nothing fails before everything is owned.
@@ -136,9 +121,9 @@ void TakeEntries(const SupplementaryListRequest& request, Entries& entries)
 void Request(CContext& context)
 {
     SupplementaryListRequest request = {};
-    request.operation = ByteOf(context, 0, "OPERATION");
-    request.service_code = ByteOf(context, 1, "CODE");
-    request.value = WordOf(context, 2, "VALUE");
+    request.operation = context.arguments.Byte(0, "OPERATION");
+    request.service_code = context.arguments.Byte(1, "CODE");
+    request.value = context.arguments.Word(2, "VALUE");
     const BStr word = TextOf(context.arguments, request.operation);
     const SupplementaryText text = {0, static_cast<std::uint8_t>(SysStringLen(word.get())), word.get()};
     request.list.text = &text;
@@ -160,11 +145,6 @@ Value DescribeIndication(const void* record)
 {
     const auto& indication = *static_cast<const SupplementaryIndication*>(record);
     return {{"first", indication.first}, {"second", indication.second}, {"block_id", indication.block_id}};
-}
-
-void ReleaseIndication(void* record)
-{
-    CoTaskMemFree(record);
 }
 
 constexpr char kNumbers[] = "What the numbers stand for is the phone's.";
@@ -198,7 +178,7 @@ constexpr Command kCommands[] = {
 };
 
 constexpr Indication kIndications[] = {
-    {ZEL_SUPPLEMENTARY_INDICATION, "supplementary service", DescribeIndication, ReleaseIndication}};
+    {ZEL_SUPPLEMENTARY_INDICATION, "supplementary service", DescribeIndication, ReleaseBlock}};
 
 }  // namespace
 

@@ -1,5 +1,7 @@
 #include "Text.h"
 
+#include "Failure.h"
+
 #include <new>
 
 namespace zelctl
@@ -29,6 +31,14 @@ BStr ToBStr(std::string_view text)
     if (!bstr)
         throw std::bad_alloc();
     return bstr;
+}
+
+BStr ToBStrWithin(std::string_view text, std::string_view what, std::size_t longest)
+{
+    BStr units = ToBStr(text);
+    if (SysStringLen(units.get()) > longest)
+        throw CUsageError(std::string(what) + " has more than " + std::to_string(longest) + " characters");
+    return units;
 }
 
 std::string FromBStr(const OLECHAR* text)

@@ -23,6 +23,9 @@ struct BStrDeleter
 using BStr = std::unique_ptr<OLECHAR, BStrDeleter>;
 
 BStr ToBStr(std::string_view text);
+/// A text that the user has given; `what` names it. Throws CUsageError if it has more than `longest` UTF-16 units,
+/// which the library or the phone would cut or refuse.
+BStr ToBStrWithin(std::string_view text, std::string_view what, std::size_t longest);
 /// A null text is an empty one.
 std::string FromBStr(const OLECHAR* text);
 

@@ -10,7 +10,7 @@ namespace
 
 std::uint16_t KeyOf(const CArguments& arguments)
 {
-    return static_cast<std::uint16_t>(arguments.Number(0, "KEY", {0, 0xFFFF}));
+    return arguments.Word(0, "KEY");
 }
 
 void ShowByte(CContext& context)
@@ -37,19 +37,11 @@ void ShowConnection(CContext& context)
                          {"second_text", FromBStr(second.get())}});
 }
 
-/// The phone would get a part of a longer text only.
-BStr TextOf(const std::string& text, std::string_view what, std::size_t longest)
-{
-    if (ToUtf16(text).size() > longest)
-        throw CUsageError(std::string(what) + " has more than " + std::to_string(longest) + " characters");
-    return ToBStr(text);
-}
-
 void WriteConnection(CContext& context)
 {
     const CArguments& arguments = context.arguments;
-    const BStr first = TextOf(arguments.Text(0), "FIRST", ZEL_WAP_FIRST_TEXT_LENGTH);
-    const BStr second = TextOf(arguments.Text(1), "SECOND", ZEL_WAP_SECOND_TEXT_LENGTH);
+    const BStr first = ToBStrWithin(arguments.Text(0), "FIRST", ZEL_WAP_FIRST_TEXT_LENGTH);
+    const BStr second = ToBStrWithin(arguments.Text(1), "SECOND", ZEL_WAP_SECOND_TEXT_LENGTH);
     const auto identifier = arguments.OptionNumber("--identifier", {1, 0xFFFE});
     WapConnection connection = {static_cast<std::uint16_t>(identifier.value_or(0)), 0,
                                 static_cast<std::uint8_t>(arguments.Has("--flag") ? 1 : 0), first.get(), second.get()};

@@ -1,6 +1,6 @@
 // The codec beside the same work done by hand on a byte vector. The bodies are the same, byte for byte.
 
-#include "handlers/Owners.h"
+#include "handlers/base/Owners.h"
 #include "message/Message.h"
 #include "message/SubBlock.h"
 

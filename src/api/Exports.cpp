@@ -1,4 +1,4 @@
-#include "api/HandleRegistry.h"
+#include "connection/HandleRegistry.h"
 #include "connection/VorlanControl.h"
 #include "message/ExceptionFrame.h"
 #include "zelapi/zelapi.h"

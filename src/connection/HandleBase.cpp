@@ -1,6 +1,6 @@
 #include "connection/HandleBase.h"
 
-#include "api/HandleRegistry.h"
+#include "connection/HandleRegistry.h"
 
 CHandleBase::CHandleBase()
 {

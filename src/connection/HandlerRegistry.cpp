@@ -1,20 +1,20 @@
 #include "connection/HandlerRegistry.h"
 
-#include "handlers/CalendarHandler.h"
 #include "handlers/CallHandler.h"
 #include "handlers/File2Handler.h"
 #include "handlers/FullAccessHandler.h"
 #include "handlers/MessagingHandler.h"
-#include "handlers/PNDHandler.h"
 #include "handlers/PermHandler.h"
 #include "handlers/ProvisioningHandler.h"
 #include "handlers/RadioHandler.h"
-#include "handlers/SMSHandler.h"
 #include "handlers/StorageHandler.h"
 #include "handlers/SupplementaryServicesHandler.h"
 #include "handlers/TimeHandler.h"
 #include "handlers/UserProfilesHandler.h"
 #include "handlers/WAPConnHandler.h"
+#include "handlers/calendar/CalendarHandler.h"
+#include "handlers/pnd/PNDHandler.h"
+#include "handlers/sms/SMSHandler.h"
 
 #include <algorithm>
 #include <new>

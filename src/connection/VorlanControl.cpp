@@ -1,7 +1,7 @@
 #include "connection/VorlanControl.h"
 
 #include "connection/ByteArray.h"
-#include "handlers/Owners.h"
+#include "handlers/base/Owners.h"
 #include "runtime/Apartment.h"
 #include "zelapi/time.h"
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "connection/DataSender.h"
 #include "connection/EventSinks.h"
 #include "connection/HandleBase.h"
 #include "connection/HandlerRegistry.h"
 #include "connection/NotificationBase.h"
+#include "handlers/base/DataSender.h"
 #include "message/ByteSet.h"
 #include "runtime/CallGate.h"
 #include "runtime/SLSrvPtr.h"

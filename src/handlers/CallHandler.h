@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/ContentHandler.h"
+#include "handlers/base/ContentHandler.h"
 #include "zelapi/call.h"
 
 /// The phone's call service, resource 0x01.

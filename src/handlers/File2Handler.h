@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/ContentHandler.h"
+#include "handlers/base/ContentHandler.h"
 #include "zelapi/file.h"
 
 /// The phone's file service, resource 0x6D.

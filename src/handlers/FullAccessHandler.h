@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/ContentHandler.h"
+#include "handlers/base/ContentHandler.h"
 #include "zelapi/full_access.h"
 
 /// Raw access to the link, resource 0xFF.

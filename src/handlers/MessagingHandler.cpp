@@ -1,6 +1,6 @@
 #include "handlers/MessagingHandler.h"
 
-#include "handlers/Owners.h"
+#include "handlers/base/Owners.h"
 #include "zelapi/messaging.h"
 
 namespace

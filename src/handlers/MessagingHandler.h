@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/ContentHandler.h"
+#include "handlers/base/ContentHandler.h"
 
 /// Events of the phone's messaging service, resource 0x66. It only receives.
 class CMessagingHandler : public CContentHandler

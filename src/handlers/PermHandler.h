@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/ContentHandler.h"
+#include "handlers/base/ContentHandler.h"
 #include "zelapi/permissions.h"
 
 /// The phone's permissions, resource 0x23. It has no indications.

@@ -1,7 +1,7 @@
 #include "handlers/ProvisioningHandler.h"
 
-#include "handlers/RecordArray.h"
-#include "handlers/SubBlockRun.h"
+#include "handlers/base/Blocks.h"
+#include "handlers/base/RecordArray.h"
 
 #include <algorithm>
 #include <span>

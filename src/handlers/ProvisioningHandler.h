@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/ContentHandler.h"
+#include "handlers/base/ContentHandler.h"
 #include "zelapi/provisioning.h"
 
 /// The phone's provisioned setting sets, resource 0x22.

@@ -1,7 +1,7 @@
 #include "handlers/SupplementaryServicesHandler.h"
 
-#include "handlers/Owners.h"
-#include "handlers/SubBlockRun.h"
+#include "handlers/base/Blocks.h"
+#include "handlers/base/Owners.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/ContentHandler.h"
+#include "handlers/base/ContentHandler.h"
 #include "zelapi/supplementary.h"
 
 /// The phone's supplementary services, resource 0x06. The records of its indications stay with whoever receives them.

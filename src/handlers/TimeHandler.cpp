@@ -1,6 +1,6 @@
 #include "handlers/TimeHandler.h"
 
-#include "handlers/SubBlockRun.h"
+#include "handlers/base/Blocks.h"
 
 namespace
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/ContentHandler.h"
+#include "handlers/base/ContentHandler.h"
 #include "zelapi/time.h"
 
 /// The phone's clock, resource 0x19. It delivers no indications.

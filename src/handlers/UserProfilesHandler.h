@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/ContentHandler.h"
+#include "handlers/base/ContentHandler.h"
 #include "zelapi/profiles.h"
 
 /// The phone's user profiles, resource 0x39. They deliver no indications.

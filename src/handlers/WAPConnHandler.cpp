@@ -1,6 +1,6 @@
 #include "handlers/WAPConnHandler.h"
 
-#include "handlers/Owners.h"
+#include "handlers/base/Owners.h"
 
 namespace
 {

@@ -1,5 +1,5 @@
 #include "fuzz/FuzzChecks.h"
-#include "handlers/Owners.h"
+#include "handlers/base/Owners.h"
 #include "message/SubBlock.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "fuzz/FuzzChecks.h"
-#include "handlers/ContentHandler.h"
-#include "handlers/Owners.h"
+#include "handlers/base/ContentHandler.h"
+#include "handlers/base/Owners.h"
 
 #include <memory>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "connection/DataSender.h"
+#include "handlers/base/DataSender.h"
 #include "support/Bytes.h"
 
 #include <deque>

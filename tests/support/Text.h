@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/Owners.h"
+#include "handlers/base/Owners.h"
 
 #include <string>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "handlers/CalendarHandler.h"
+#include "handlers/calendar/CalendarHandler.h"
 
 #include "support/HandlerChecks.h"
 #include "support/HostZone.h"

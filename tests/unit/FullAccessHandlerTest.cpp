@@ -1,6 +1,6 @@
 #include "handlers/FullAccessHandler.h"
 
-#include "handlers/Owners.h"
+#include "handlers/base/Owners.h"
 #include "support/HandlerChecks.h"
 
 namespace

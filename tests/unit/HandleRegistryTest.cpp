@@ -1,4 +1,4 @@
-#include "api/HandleRegistry.h"
+#include "connection/HandleRegistry.h"
 
 #include "connection/HandleBase.h"
 

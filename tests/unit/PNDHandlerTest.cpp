@@ -1,4 +1,4 @@
-#include "handlers/PNDHandler.h"
+#include "handlers/pnd/PNDHandler.h"
 
 #include "support/HandlerChecks.h"
 #include "support/RawRecord.h"

@@ -1,4 +1,4 @@
-#include "handlers/SMSHandler.h"
+#include "handlers/sms/SMSHandler.h"
 
 #include "support/HandlerChecks.h"
 #include "support/HostZone.h"

@@ -1,6 +1,6 @@
-#include "handlers/TimeConverter.h"
+#include "handlers/base/TimeConverter.h"
 
-#include "handlers/ContentHandler.h"
+#include "handlers/base/ContentHandler.h"
 #include "support/Memory.h"
 
 #include <gtest/gtest.h>

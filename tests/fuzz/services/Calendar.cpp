@@ -1,5 +1,5 @@
 #include "fuzz/FuzzService.h"
-#include "handlers/CalendarHandler.h"
+#include "handlers/calendar/CalendarHandler.h"
 
 namespace
 {

@@ -1,5 +1,5 @@
 #include "fuzz/FuzzService.h"
-#include "handlers/PNDHandler.h"
+#include "handlers/pnd/PNDHandler.h"
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
 #include "fuzz/FuzzService.h"
-#include "handlers/SMSHandler.h"
+#include "handlers/sms/SMSHandler.h"
 
 #include <array>
 #include <iterator>

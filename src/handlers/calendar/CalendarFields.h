@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/Owners.h"
+#include "handlers/base/Owners.h"
 #include "message/MsgBase.h"
 #include "zelapi/calendar.h"
 

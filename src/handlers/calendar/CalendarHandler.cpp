@@ -1,10 +1,10 @@
-#include "handlers/CalendarHandler.h"
+#include "handlers/calendar/CalendarHandler.h"
 
-#include "handlers/CalendarCodes.h"
-#include "handlers/CalendarFields.h"
-#include "handlers/CalendarNewFormat.h"
-#include "handlers/CalendarOldFormat.h"
-#include "handlers/SubBlockRun.h"
+#include "handlers/base/Blocks.h"
+#include "handlers/calendar/CalendarCodes.h"
+#include "handlers/calendar/CalendarFields.h"
+#include "handlers/calendar/CalendarNewFormat.h"
+#include "handlers/calendar/CalendarOldFormat.h"
 
 #include <cstring>
 #include <set>

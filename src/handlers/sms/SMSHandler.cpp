@@ -1,9 +1,9 @@
-#include "handlers/SMSHandler.h"
+#include "handlers/sms/SMSHandler.h"
 
-#include "handlers/Owners.h"
-#include "handlers/SMSContent.h"
-#include "handlers/SMSParameterSet.h"
-#include "handlers/SubBlockRun.h"
+#include "handlers/base/Blocks.h"
+#include "handlers/base/Owners.h"
+#include "handlers/sms/SMSContent.h"
+#include "handlers/sms/SMSParameterSet.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "handlers/ContentHandler.h"
+#include "handlers/base/ContentHandler.h"
 
 std::uint32_t CContentHandler::DecodeMessage(CMessage&, std::uint32_t&, void*&)
 {

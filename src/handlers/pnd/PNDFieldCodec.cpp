@@ -1,7 +1,7 @@
-#include "handlers/PNDFieldCodec.h"
+#include "handlers/pnd/PNDFieldCodec.h"
 
-#include "handlers/RecordArray.h"
-#include "handlers/SubBlockRun.h"
+#include "handlers/base/Blocks.h"
+#include "handlers/base/RecordArray.h"
 #include "message/ExceptionFrame.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "handlers/ContentHandler.h"
-#include "handlers/PNDFieldCodec.h"
+#include "handlers/base/ContentHandler.h"
+#include "handlers/pnd/PNDFieldCodec.h"
 #include "zelapi/pnd.h"
 
 /// The phone's entry stores, resource 3.

@@ -1,7 +1,7 @@
-#include "handlers/CalendarOldFormat.h"
+#include "handlers/calendar/CalendarOldFormat.h"
 
-#include "handlers/CalendarCodes.h"
-#include "handlers/CalendarFields.h"
+#include "handlers/calendar/CalendarCodes.h"
+#include "handlers/calendar/CalendarFields.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "handlers/SMSContent.h"
+#include "handlers/sms/SMSContent.h"
 
 #include <iterator>
 

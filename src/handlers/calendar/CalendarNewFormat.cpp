@@ -1,7 +1,7 @@
-#include "handlers/CalendarNewFormat.h"
+#include "handlers/calendar/CalendarNewFormat.h"
 
-#include "handlers/CalendarFields.h"
-#include "handlers/SubBlockRun.h"
+#include "handlers/base/Blocks.h"
+#include "handlers/calendar/CalendarFields.h"
 #include "message/ExceptionFrame.h"
 
 #include <algorithm>

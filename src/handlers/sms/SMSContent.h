@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/Owners.h"
+#include "handlers/base/Owners.h"
 #include "message/SubBlock.h"
 #include "zelapi/sms.h"
 

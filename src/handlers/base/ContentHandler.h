@@ -1,7 +1,7 @@
 #pragma once
 
-#include "connection/DataSender.h"
-#include "handlers/TimeConverter.h"
+#include "handlers/base/DataSender.h"
+#include "handlers/base/TimeConverter.h"
 #include "message/ExceptionFrame.h"
 #include "message/Message.h"
 #include "zelapi/zelapi.h"

@@ -1,4 +1,4 @@
-#include "handlers/TimeConverter.h"
+#include "handlers/base/TimeConverter.h"
 
 #include "message/ExceptionFrame.h"
 

@@ -1,6 +1,6 @@
-#include "handlers/CalendarFields.h"
+#include "handlers/calendar/CalendarFields.h"
 
-#include "handlers/TimeConverter.h"
+#include "handlers/base/TimeConverter.h"
 
 #include <algorithm>
 #include <iterator>

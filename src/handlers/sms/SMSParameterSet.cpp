@@ -1,7 +1,7 @@
-#include "handlers/SMSParameterSet.h"
+#include "handlers/sms/SMSParameterSet.h"
 
-#include "handlers/SubBlockRun.h"
-#include "handlers/TimeConverter.h"
+#include "handlers/base/Blocks.h"
+#include "handlers/base/TimeConverter.h"
 #include "message/ExceptionFrame.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
-#include "handlers/PNDHandler.h"
+#include "handlers/pnd/PNDHandler.h"
 
-#include "handlers/Owners.h"
-#include "handlers/RecordArray.h"
-#include "handlers/SubBlockRun.h"
+#include "handlers/base/Blocks.h"
+#include "handlers/base/Owners.h"
+#include "handlers/base/RecordArray.h"
 
 #include <optional>
 

@@ -1,64 +1,49 @@
 #include "handlers/File2Handler.h"
 
+#include "handlers/base/CallersData.h"
+#include "zelapi/file.h"
+
 namespace
 {
 
-enum MessageId : std::uint8_t
-{
-    kIdRequest = 0x82,
-    kIdReply = 0x83,
-    kNameRequest = 0x84,
-    kNameReply = 0x85,
+void FindName(CConversation& phone, FileLookupRecord& record);
+void FindId(CConversation& phone, FileLookupRecord& record);
+
+constexpr Operation kOperations[] = {
+    {ZEL_FILE_NAME_OF_ID, Serve<FindName>},
+    {ZEL_FILE_ID_OF_NAME, Serve<FindId>},
 };
 
-}  // namespace
+constexpr Exchange kFindName = {.request = 0x84, .reply = 0x85};
 
-std::uint32_t CFile2Handler::EncodeRequest(CDataSender& sender, std::uint32_t messageId, void* record)
+void FindName(CConversation& phone, FileLookupRecord& record)
 {
-    return ResultOf([&]() -> std::uint32_t {
-        switch (messageId)
-        {
-        case ZEL_FILE_NAME_OF_ID:
-            return NameOfId(sender, RecordOf<FileLookupRecord>(record));
-        case ZEL_FILE_ID_OF_NAME:
-            return IdOfName(sender, RecordOf<FileLookupRecord>(record));
-        default:
-            return ZEL_NOT_HANDLED;
-        }
-    });
-}
-
-std::uint32_t CFile2Handler::NameOfId(CDataSender& sender, FileLookupRecord& record) const
-{
-    CMessage message = Request(kNameRequest);
+    CMessage message = phone.Request(kFindName);
     message.AppendWord(0);
     message.AppendDword(record.file_id);
 
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kNameReply, result))
-        return result;
-    if (const std::uint8_t status = message.ReadByte(); status != 0)
-        return StatusResult(status);
+    phone.Ask(message, kFindName);
+    phone.RequireStatus(message);
     message.Skip(1);
     if (const std::uint16_t length = message.ReadWord(); length != 0)
         record.name = message.ReadString(length);
-    return ZEL_OK;
 }
 
-std::uint32_t CFile2Handler::IdOfName(CDataSender& sender, FileLookupRecord& record) const
-{
-    if (!IsReadable(record.name))
-        return ZEL_E_ARGUMENT;
-    CMessage message = Request(kIdRequest);
-    message.AppendWord(static_cast<std::uint16_t>(SysStringLen(record.name)));
-    message.AppendString(record.name, true);
+constexpr Exchange kFindId = {.request = 0x82, .reply = 0x83};
 
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kIdReply, result))
-        return result;
-    if (const std::uint8_t status = message.ReadByte(); status != 0)
-        return StatusResult(status);
+void FindId(CConversation& phone, FileLookupRecord& record)
+{
+    const BSTR name = &Required(record.name);
+    CMessage message = phone.Request(kFindId);
+    message.AppendWord(static_cast<std::uint16_t>(SysStringLen(name)));
+    message.AppendString(name, true);
+
+    phone.Ask(message, kFindId);
+    phone.RequireStatus(message);
     message.Skip(1);
     record.found_id = message.ReadDword();
-    return ZEL_OK;
 }
+
+}  // namespace
+
+CFile2Handler::CFile2Handler() : CContentHandler(kOperations) {}

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <vector>
 
 /// A body of bytes that is written at its end and read at a cursor. Numbers are big-endian; texts are UTF-16, high byte
@@ -29,6 +30,8 @@ class CMsgBase
 
     /// REQUIRES: `bytes` points to `count` bytes, or `count` is 0.
     void AppendBytes(std::size_t count, const void* bytes);
+
+    void AppendBytes(std::initializer_list<std::uint8_t> bytes) { AppendBytes(bytes.size(), bytes.begin()); }
 
     /// Appends a zero-terminated text, and two zero bytes if `terminate`. A null text appends nothing at all.
     /// Throws CAtlException (E_OUTOFMEMORY).

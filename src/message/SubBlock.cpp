@@ -81,6 +81,12 @@ std::uint16_t CSubBlock::PayloadSize() const
     return static_cast<std::uint16_t>(m_length - header - implied);
 }
 
+std::uint32_t CSubBlock::GetLongestPayload() const
+{
+    const std::uint32_t longest = (1u << (8 * m_lengthWidth)) - 4;
+    return longest - WrittenHeaderSize();
+}
+
 bool CSubBlock::WriteTo(CMsgBase* message)
 {
     if (!IsReadable(message))
@@ -94,7 +100,7 @@ bool CSubBlock::WriteTo(CMsgBase* message)
 
 void CSubBlock::Pad()
 {
-    m_length = static_cast<std::uint16_t>(GetSize() + m_lengthWidth + m_idWidth + (m_fillerMode > 1 ? 1 : 0));
+    m_length = static_cast<std::uint16_t>(GetSize() + WrittenHeaderSize());
     while (m_length % 4 != 0)
     {
         AppendByte(0);

@@ -27,6 +27,9 @@ class CSubBlock : public CMsgBase
     /// unreadable message, or a format that cannot be written.
     bool WriteTo(CMsgBase* message);
 
+    /// The most bytes of payload that the length field can name, padding included. REQUIRES: a format for writing.
+    std::uint32_t GetLongestPayload() const;
+
     /// Empties the payload; the id becomes 0xFFFF and the length 0.
     void Clear() override;
 
@@ -34,6 +37,7 @@ class CSubBlock : public CMsgBase
     bool ReadId(CMsgBase& message);
     bool SkipFiller(CMsgBase& message) const;
     bool ReadLength(CMsgBase& message);
+    std::uint32_t WrittenHeaderSize() const { return m_idWidth + m_lengthWidth + (m_fillerMode > 1 ? 1 : 0); }
     std::uint16_t PayloadSize() const;
     void Pad();
     bool WriteId(CMsgBase& message) const;

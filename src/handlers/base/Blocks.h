@@ -1,5 +1,6 @@
 #pragma once
 
+#include "message/ExceptionFrame.h"
 #include "message/SubBlock.h"
 
 #include <cstdint>
@@ -29,6 +30,21 @@ inline CSubBlock NewBlock(const SubBlockFormat& format, std::uint16_t id = 0xFFF
     block.SetFormat(format.idWidth, format.fillerMode, format.lengthWidth, format.fillerCount);
     block.SetId(id);
     return block;
+}
+
+/// Appends a sub-block that a caller's data may have made too long. Throws ZEL_E_ARGUMENT for a payload that its length
+/// field cannot name.
+inline void AppendFitting(CMsgBase& message, CSubBlock& block)
+{
+    if (block.GetSize() > block.GetLongestPayload())
+        ThrowCode(ZEL_E_ARGUMENT);
+    block.WriteTo(&message);
+}
+
+/// Reads the number of sub-blocks of a run, and the first of them. False if there is none, or it cannot be read.
+inline bool ReadFirstBlock(CMsgBase& message, CSubBlock& block)
+{
+    return message.ReadByte() != 0 && block.ReadFrom(&message);
 }
 
 /// Reads a run of `count` sub-blocks and calls `visit(block, index)` for each. An unreadable one ends the walk: false.

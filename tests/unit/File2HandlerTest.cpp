@@ -2,6 +2,7 @@
 
 #include "support/HandlerChecks.h"
 #include "support/Text.h"
+#include "zelapi/file.h"
 
 namespace
 {

@@ -17,7 +17,8 @@
 /** Command on an area, with one byte; its meaning is the phone's. Record: StorageAreaCommand. */
 #define ZEL_STORAGE_AREA_COMMAND 0xAA01u
 
-/** Lists the storage areas, each number once. Record: StorageAreaList. */
+/** Lists the storage areas, each number once. Record: StorageAreaList, which stays as it was where the phone names no
+ * area: set count to 0 before. */
 #define ZEL_STORAGE_LIST_AREAS 0xAA02u
 
 /** Reads the identifiers that one area holds. Record: StorageIdentifierList. */

@@ -1,17 +1,25 @@
 #include "handlers/FullAccessHandler.h"
 
-#include "handlers/base/Owners.h"
+#include "zelapi/full_access.h"
 
 #include <cstring>
 
 namespace
 {
 
-std::uint32_t SendRaw(CDataSender& sender, const RawRequest& record)
+void SendRaw(CConversation& phone, void* record);
+
+constexpr Operation kOperations[] = {
+    {ZEL_RAW_SEND, Serve<SendRaw>},
+};
+
+void SendRaw(CConversation& phone, void* record)
 {
-    if (record.length != 0 && !IsReadable(record.bytes))
-        return ZEL_E_FAIL;
-    return sender.SendRaw(record.length, record.bytes);
+    const auto* raw = static_cast<const RawRequest*>(record);
+    if (!IsReadable(raw) || (raw->length != 0 && !IsReadable(raw->bytes)))
+        ThrowCode(ZEL_E_FAIL);
+    if (const std::uint32_t result = phone.GetSender().SendRaw(raw->length, raw->bytes); result != ZEL_OK)
+        ThrowCode(result);
 }
 
 void FreeRequest(void* record)
@@ -27,22 +35,16 @@ void FreeRequest(void* record)
 
 }  // namespace
 
+CFullAccessHandler::CFullAccessHandler() : CContentHandler(kOperations) {}
+
 std::uint32_t CFullAccessHandler::EncodeRequest(CDataSender& sender, std::uint32_t messageId, void* record)
 {
-    return ResultOf([&]() -> std::uint32_t {
-        switch (messageId)
-        {
-        case ZEL_FULL_ACCESS_QUERY:
-            if (!IsReadable(record))
-                return ZEL_E_FAIL;
-            static_cast<AccessRecord*>(record)->access = m_access;
-            return ZEL_OK;
-        case ZEL_RAW_SEND:
-            return IsReadable(record) ? SendRaw(sender, *static_cast<const RawRequest*>(record)) : ZEL_E_FAIL;
-        default:
-            return ZEL_NOT_HANDLED;
-        }
-    });
+    if (messageId != ZEL_FULL_ACCESS_QUERY)
+        return CContentHandler::EncodeRequest(sender, messageId, record);
+    if (!IsReadable(record))
+        return ZEL_E_FAIL;
+    static_cast<AccessRecord*>(record)->access = m_access;
+    return ZEL_OK;
 }
 
 std::uint32_t CFullAccessHandler::DecodeMessage(CMessage& message, std::uint32_t& messageId, void*& record)

@@ -1,276 +1,203 @@
 #include "handlers/StorageHandler.h"
 
 #include "handlers/base/Blocks.h"
-#include "handlers/base/Owners.h"
+#include "handlers/base/RecordArray.h"
+#include "zelapi/storage.h"
 
 #include <algorithm>
-#include <utility>
-#include <vector>
 
 namespace
 {
 
-enum MessageId : std::uint8_t
-{
-    kCommandRequest = 0x00,
-    kCommandReply = 0x01,
-    kIdentifiersRequest = 0x06,
-    kIdentifiersReply = 0x07,
-    kIdentifierCommandRequest = 0x0A,
-    kIdentifierCommandReply = 0x0B,
-    kThreeByteRequest = 0x0E,
-    kThreeByteReply = 0x0F,
-    kAreaCommandRequest = 0x18,
-    kAreaCommandReply = 0x19,
-    kAreasRequest = 0x23,
-    kAreasReply = 0x24,
-    kEventIndication = 0x60,
+void SendAreaCommand(CConversation& phone, const StorageAreaCommand& record);
+void ListAreas(CConversation& phone, StorageAreaList& record);
+void ListIdentifiers(CConversation& phone, StorageIdentifierList& record);
+void SendIdentifierCommand(CConversation& phone, const StorageIdentifierCommand& record);
+void SendCommand(CConversation& phone);
+void SendThreeByteCommand(CConversation& phone, const StorageThreeByteCommand& record);
+CTaskMemOwner<StorageEventRecord> ReadEvent(CMessage& message);
+void KeepEvent(void* record);
+
+constexpr Operation kOperations[] = {
+    {ZEL_STORAGE_AREA_COMMAND, Serve<SendAreaCommand>},
+    {ZEL_STORAGE_LIST_AREAS, Serve<ListAreas>},
+    {ZEL_STORAGE_LIST_IDENTIFIERS, Serve<ListIdentifiers>},
+    {ZEL_STORAGE_IDENTIFIER_COMMAND, Serve<SendIdentifierCommand>},
+    {ZEL_STORAGE_COMMAND, Serve<SendCommand>},
+    {ZEL_STORAGE_THREE_BYTE_COMMAND, Serve<SendThreeByteCommand>},
 };
 
-enum SubBlockId : std::uint16_t
-{
-    kEventValues = 0x0002,
-    kArea = 0x0003,
-    kAreaNumber = 0x0005,
-    kIdentifier = 0x000E,
-    kDetailedArea = 0x0010,
+constexpr Indication kIndications[] = {
+    {0x60, ZEL_STORAGE_EVENT, Decode<ReadEvent>, KeepEvent},
 };
 
-constexpr std::uint16_t kNoValue = 0xFFFF;
+constexpr Exchange kAreaCommand = {.request = 0x18, .reply = 0x19, .answers = {0x19}, .other = NotHandled};
 
-struct Version
+void SendAreaCommand(CConversation& phone, const StorageAreaCommand& record)
 {
-    std::uint8_t major = 0;
-    std::uint8_t minor = 0;
+    CMessage message = phone.Request(kAreaCommand);
+    message.AppendBytes({record.value, 0});
 
-    bool HasNewAreas() const { return major >= 3; }
-    bool HasNewDetails() const { return major >= 3 || minor >= 10; }
-};
+    phone.Ask(message, kAreaCommand);
+    phone.RequireStatus(message);
+}
 
-struct Area
+// Areas
+
+void FreeName(const StorageArea& area)
 {
-    std::uint8_t number = 0;
-    std::uint8_t nameLength = 0;
-    CBStrOwner name;
-};
+    SysFreeString(area.name);
+}
+using CAreas = CRecordArray<StorageArea, FreeName>;
 
-/// Reads a length and, `gap` bytes behind it, the name; an empty one has no gap.
-void ReadName(CSubBlock& block, std::uint32_t gap, Area& area)
+/// The first area of a number wins; the bytes of a later one are passed over by its sub-block's length.
+void ReadArea(CSubBlock& block, std::uint32_t head, std::uint32_t gap, CAreas& areas)
 {
-    area.nameLength = block.ReadByte();
-    if (area.nameLength == 0)
+    const std::uint8_t number = block.ReadByte();
+    if (std::ranges::count(areas, number, &StorageArea::number) != 0)
+        return;
+    StorageArea& area = areas.Append();
+    area.size = sizeof(StorageArea);
+    area.number = number;
+    block.Skip(head);
+    area.name_length = block.ReadByte();
+    if (area.name_length == 0)
         return;
     block.Skip(gap);
-    area.name.reset(block.ReadString(area.nameLength));
+    area.name = block.ReadString(area.name_length);
 }
 
-Area ReadArea(CSubBlock& block, const Version& version)
-{
-    Area area;
-    area.number = block.ReadByte();
-    block.Skip(version.HasNewAreas() ? 2 : 0);
-    ReadName(block, 0, area);
-    return area;
-}
+constexpr std::uint16_t kAreaBlock = 0x0003;
+constexpr std::uint16_t kDetailedAreaBlock = 0x0010;
+constexpr Exchange kListAreas = {.request = 0x23, .reply = 0x24, .answers = {0x24}, .other = NotHandled};
 
-Area ReadDetailedArea(CSubBlock& block, const Version& version)
+void ListAreas(CConversation& phone, StorageAreaList& record)
 {
-    Area area;
-    area.number = block.ReadByte();
-    block.Skip(version.HasNewDetails() ? 1 + 22 : 18);
-    ReadName(block, 3, area);
-    return area;
-}
+    // A phone that does not tell its version counts as the oldest.
+    const CConversation::Version version = phone.GetVersion().value_or(CConversation::Version{});
+    const bool hasNewAreas = version.major >= 3;
+    const bool hasNewDetails = hasNewAreas || version.minor >= 10;
 
-/// The first area of a number wins.
-void AddArea(std::vector<Area>& areas, Area area)
-{
-    if (std::none_of(areas.begin(), areas.end(), [&](const Area& other) { return other.number == area.number; }))
-        areas.push_back(std::move(area));
-}
+    CMessage message = phone.Request(kListAreas);
+    message.AppendBytes({0, 1});
+    if (hasNewAreas)
+        message.AppendWord(0);
 
-std::vector<Area> ReadAreas(CMessage& reply, const Version& version)
-{
-    std::vector<Area> areas;
-    ForEachBlock(reply, reply.ReadByte(), kWordIdBlock, [&](CSubBlock& block, std::uint32_t) {
-        if (block.GetId() == kArea)
-            AddArea(areas, ReadArea(block, version));
-        else if (block.GetId() == kDetailedArea)
-            AddArea(areas, ReadDetailedArea(block, version));
+    phone.Ask(message, kListAreas);
+    phone.RequireStatus(message);
+    CAreas areas;
+    ForEachBlock(message, message.ReadByte(), kWordIdBlock, [&](CSubBlock& block, std::uint32_t) {
+        if (block.GetId() == kAreaBlock)
+            ReadArea(block, hasNewAreas ? 2 : 0, 0, areas);
+        else if (block.GetId() == kDetailedAreaBlock)
+            ReadArea(block, hasNewDetails ? 1 + 22 : 18, 3, areas);
     });
-    return areas;
+    if (areas.Count() == 0)
+        return;
+    record.count = static_cast<std::uint8_t>(areas.Count());
+    record.areas = areas.Release();
 }
 
-/// Moves the areas, with their names, into an array for the caller; null if there are none.
-StorageArea* ReleaseAreas(std::vector<Area>& areas)
+// Identifiers
+
+constexpr std::uint16_t kAreaNumberBlock = 0x0005;
+constexpr Exchange kListIdentifiers = {.request = 0x06, .reply = 0x07, .answers = {0x07}, .other = NotHandled};
+
+void ListIdentifiers(CConversation& phone, StorageIdentifierList& record)
 {
-    if (areas.empty())
-        return nullptr;
-    StorageArea* array = AllocateRecords<StorageArea>(areas.size()).release();
-    std::transform(areas.begin(), areas.end(), array, [](Area& area) {
-        return StorageArea{sizeof(StorageArea), area.number, area.nameLength, area.name.release()};
-    });
-    return array;
+    CMessage message = phone.Request(kListIdentifiers);
+    message.AppendBytes({0, 1});
+    CSubBlock area = NewBlock(kWordIdBlock, kAreaNumberBlock);
+    area.AppendBytes({0, record.area});
+    area.WriteTo(&message);
+
+    phone.Ask(message, kListIdentifiers);
+    phone.RequireStatus(message);
+    CSubBlock list = NewBlock(kWordIdBlock);
+    if (message.ReadByte() != 1 || !list.ReadFrom(&message))
+        return;
+    const std::uint16_t count = list.ReadWord();
+    list.Skip(2);
+    CRecordArray<std::uint32_t> identifiers(count);
+    std::ranges::generate(identifiers, [&] { return list.ReadDword(); });
+    record.count = count;
+    record.identifiers = identifiers.Release();
 }
 
 void AppendIdentifier(CMessage& message, std::uint32_t identifier)
 {
-    message.AppendByte(0);
-    message.AppendByte(1);
-    CSubBlock block = NewBlock(kWordIdBlock, kIdentifier);
+    constexpr std::uint16_t kIdentifierBlock = 0x000E;
+    message.AppendBytes({0, 1});
+    CSubBlock block = NewBlock(kWordIdBlock, kIdentifierBlock);
     block.AppendWord(1);
     block.AppendWord(0);
     block.AppendDword(identifier);
     block.WriteTo(&message);
 }
 
-void ReadIdentifiers(CSubBlock& block, StorageIdentifierList& record)
+constexpr Exchange kIdentifierCommand = {.request = 0x0A, .reply = 0x0B, .answers = {0x0B}, .other = NotHandled};
+
+void SendIdentifierCommand(CConversation& phone, const StorageIdentifierCommand& record)
 {
-    const std::uint16_t count = block.ReadWord();
-    block.Skip(2);
-    CTaskMemOwner<std::uint32_t> identifiers;
-    if (count != 0)
-        identifiers = AllocateRecords<std::uint32_t>(count);
-    std::generate_n(identifiers.get(), count, [&] { return block.ReadDword(); });
-    record.count = count;
-    record.identifiers = identifiers.release();
-}
-
-}  // namespace
-
-std::uint32_t CStorageHandler::EncodeRequest(CDataSender& sender, std::uint32_t messageId, void* record)
-{
-    return ResultOf([&]() -> std::uint32_t {
-        switch (messageId)
-        {
-        case ZEL_STORAGE_AREA_COMMAND:
-            return AreaCommand(sender, RecordOf<StorageAreaCommand>(record));
-        case ZEL_STORAGE_LIST_AREAS:
-            return ListAreas(sender, RecordOf<StorageAreaList>(record));
-        case ZEL_STORAGE_LIST_IDENTIFIERS:
-            return ListIdentifiers(sender, RecordOf<StorageIdentifierList>(record));
-        case ZEL_STORAGE_IDENTIFIER_COMMAND:
-            return IdentifierCommand(sender, RecordOf<StorageIdentifierCommand>(record));
-        case ZEL_STORAGE_COMMAND:
-            return Command(sender);
-        case ZEL_STORAGE_THREE_BYTE_COMMAND:
-            return ThreeByteCommand(sender, RecordOf<StorageThreeByteCommand>(record));
-        default:
-            return ZEL_NOT_HANDLED;
-        }
-    });
-}
-
-std::uint32_t CStorageHandler::Ask(CDataSender& sender, CMessage& message, std::uint8_t replyId) const
-{
-    std::uint32_t result = 0;
-    if (Exchange(sender, message, replyId, result))
-        return StatusResult(message.ReadByte());
-    return result == 0 ? ZEL_NOT_HANDLED : result;
-}
-
-std::uint32_t CStorageHandler::AreaCommand(CDataSender& sender, const StorageAreaCommand& record) const
-{
-    CMessage message = Request(kAreaCommandRequest, {kAreaCommandReply});
-    message.AppendByte(record.value);
-    message.AppendByte(0);
-    return Ask(sender, message, kAreaCommandReply);
-}
-
-std::uint32_t CStorageHandler::ListAreas(CDataSender& sender, StorageAreaList& record) const
-{
-    // A phone that does not tell its version counts as the oldest.
-    Version version;
-    sender.GetServiceVersion(GetResource(), version.major, version.minor);
-
-    CMessage message = Request(kAreasRequest, {kAreasReply});
-    message.AppendByte(0);
-    message.AppendByte(1);
-    if (version.HasNewAreas())
-        message.AppendWord(0);
-
-    const std::uint32_t result = Ask(sender, message, kAreasReply);
-    if (result != ZEL_OK)
-        return result;
-    std::vector<Area> areas = ReadAreas(message, version);
-    record.areas = ReleaseAreas(areas);
-    record.count = static_cast<std::uint8_t>(areas.size());
-    return ZEL_OK;
-}
-
-std::uint32_t CStorageHandler::ListIdentifiers(CDataSender& sender, StorageIdentifierList& record) const
-{
-    CMessage message = Request(kIdentifiersRequest, {kIdentifiersReply});
-    message.AppendByte(0);
-    message.AppendByte(1);
-    CSubBlock area = NewBlock(kWordIdBlock, kAreaNumber);
-    area.AppendByte(0);
-    area.AppendByte(record.area);
-    area.WriteTo(&message);
-
-    const std::uint32_t result = Ask(sender, message, kIdentifiersReply);
-    if (result != ZEL_OK)
-        return result;
-    CSubBlock list = NewBlock(kWordIdBlock);
-    if (message.ReadByte() == 1 && list.ReadFrom(&message))
-        ReadIdentifiers(list, record);
-    return ZEL_OK;
-}
-
-std::uint32_t CStorageHandler::IdentifierCommand(CDataSender& sender, const StorageIdentifierCommand& record) const
-{
-    CMessage message = Request(kIdentifierCommandRequest, {kIdentifierCommandReply});
+    CMessage message = phone.Request(kIdentifierCommand);
     AppendIdentifier(message, record.identifier);
-    return Ask(sender, message, kIdentifierCommandReply);
+
+    phone.Ask(message, kIdentifierCommand);
+    phone.RequireStatus(message);
 }
 
-std::uint32_t CStorageHandler::Command(CDataSender& sender) const
+constexpr Exchange kCommand = {.request = 0x00, .reply = 0x01, .answers = {0x01}, .other = NotHandled};
+
+void SendCommand(CConversation& phone)
 {
-    CMessage message = Request(kCommandRequest, {kCommandReply});
-    return Ask(sender, message, kCommandReply);
+    CMessage message = phone.Request(kCommand);
+    phone.Ask(message, kCommand);
+    phone.RequireStatus(message);
 }
 
-std::uint32_t CStorageHandler::ThreeByteCommand(CDataSender& sender, const StorageThreeByteCommand& record) const
+constexpr Exchange kThreeByteCommand = {.request = 0x0E, .reply = 0x0F, .answers = {0x0F}, .other = NotHandled};
+
+void SendThreeByteCommand(CConversation& phone, const StorageThreeByteCommand& record)
 {
-    CMessage message = Request(kThreeByteRequest, {kThreeByteReply});
+    CMessage message = phone.Request(kThreeByteCommand);
     message.AppendByte(static_cast<std::uint8_t>(record.first));
     message.AppendByte(static_cast<std::uint8_t>(record.second));
     message.AppendByte(static_cast<std::uint8_t>(record.third));
-    message.AppendByte(0);
-    message.AppendWord(0);
-    message.AppendWord(0);
+    message.AppendBytes({0, 0, 0, 0, 0});
     AppendIdentifier(message, record.identifier);
-    return Ask(sender, message, kThreeByteReply);
+
+    phone.Ask(message, kThreeByteCommand);
+    phone.RequireStatus(message);
 }
 
-std::uint32_t CStorageHandler::DecodeMessage(CMessage& message, std::uint32_t& messageId, void*& record)
+// Events
+
+constexpr std::uint16_t kEventValuesBlock = 0x0002;
+constexpr std::uint16_t kNoValue = 0xFFFF;
+
+CTaskMemOwner<StorageEventRecord> ReadEvent(CMessage& message)
 {
-    return ResultOf([&]() -> std::uint32_t {
-        if (message.GetMessageId() != kEventIndication)
-            return ZEL_NOT_HANDLED;
-        // An event of another kind is taken and delivers nothing.
-        if (message.ReadByte() != 0)
-            return ZEL_OK;
-        auto event = AllocateRecords<StorageEventRecord>();
-        event->size = sizeof(StorageEventRecord);
-        event->event = message.ReadByte();
-        event->first = event->second = event->third = kNoValue;
-        message.Skip(3);
-        CSubBlock values = NewBlock(kWordIdBlock);
-        if (message.ReadByte() != 0 && values.ReadFrom(&message) && values.GetId() == kEventValues)
-        {
-            event->first = values.ReadByte();
-            event->second = values.ReadByte();
-            event->third = values.ReadByte();
-        }
-        messageId = ZEL_STORAGE_EVENT;
-        record = event.release();
-        return ZEL_OK;
-    });
+    // An event of another kind is taken and delivers nothing.
+    if (message.ReadByte() != 0)
+        ThrowCode(ZEL_OK);
+    auto event = AllocateRecords<StorageEventRecord>();
+    event->size = sizeof(StorageEventRecord);
+    event->event = message.ReadByte();
+    event->first = event->second = event->third = kNoValue;
+    message.Skip(3);
+    CSubBlock values = NewBlock(kWordIdBlock);
+    if (ReadFirstBlock(message, values) && values.GetId() == kEventValuesBlock)
+    {
+        event->first = values.ReadByte();
+        event->second = values.ReadByte();
+        event->third = values.ReadByte();
+    }
+    return event;
 }
 
-std::uint32_t CStorageHandler::FreeDecodedData(std::uint32_t messageId, void*)
-{
-    // Event records are not freed here: they stay with whoever received them.
-    return messageId == ZEL_STORAGE_EVENT ? ZEL_OK : ZEL_NOT_HANDLED;
-}
+/// Event records stay with whoever received them.
+void KeepEvent(void*) {}
+
+}  // namespace
+
+CStorageHandler::CStorageHandler() : CContentHandler(kOperations, kIndications) {}

@@ -1,33 +1,32 @@
 #include "handlers/TimeHandler.h"
 
 #include "handlers/base/Blocks.h"
+#include "zelapi/time.h"
 
 namespace
 {
 
-enum MessageId : std::uint8_t
-{
-    kSetRequest = 0x01,
-    kSetReply = 0x02,
-    kReadRequest = 0x0A,
-    kReadReply = 0x0B,
-    kSettingsRequest = 0x1F,
-    kSettingsReply = 0x20,
+void ReadClock(CConversation& phone, TimeNow& record);
+void SetClock(CConversation& phone, TimeToSet& record);
+void ReadSettings(CConversation& phone, TimeSettings& record);
+
+constexpr Operation kOperations[] = {
+    {ZEL_TIME_READ, Serve<ReadClock>},
+    {ZEL_TIME_SET, Serve<SetClock>},
+    {ZEL_TIME_READ_SETTINGS, Serve<ReadSettings>},
 };
 
 enum SubBlockId : std::uint16_t
 {
-    kDateTime = 1,
-    kValue4 = 4,
-    kSetting = 5,
+    kClockBlock = 1,
+    kValue4Block = 4,
+    kSettingBlock = 5,
 };
 
+/// The status of a reply that brings what was asked for. Any other one is no failure; it brings nothing.
 constexpr std::uint8_t kDone = 1;
-constexpr std::uint8_t kFirstVersionWithSettings = 16;
-constexpr std::uint8_t kSetting10 = 10;
-constexpr std::uint8_t kSetting11 = 11;
 
-void ReadClock(CSubBlock& block, TimeNow& record)
+void TakeClock(CSubBlock& block, TimeNow& record)
 {
     record.lead_0 = block.ReadByte();
     record.lead_1 = block.ReadByte();
@@ -40,122 +39,89 @@ void ReadClock(CSubBlock& block, TimeNow& record)
     record.second = valid ? block.ReadByte() : 0;
 }
 
-void ReadSetClock(CSubBlock& block, TimeToSet& record)
+constexpr Exchange kReadClock = {.request = 0x0A, .reply = 0x0B};
+
+void ReadClock(CConversation& phone, TimeNow& record)
 {
-    record.lead_0 = block.ReadByte();
-    record.lead_1 = block.ReadByte();
-    record.year = block.ReadWord();
-    record.month = block.ReadByte();
-    record.day = block.ReadByte();
-    record.hour = block.ReadByte();
-    record.minute = block.ReadByte();
-    record.second = block.ReadByte();
+    CMessage message = phone.Request(kReadClock);
+    message.AppendBytes({0, 0});
+
+    phone.Ask(message, kReadClock);
+    if (message.ReadByte() != kDone)
+        return;
+    ForEachBlock(message, message.ReadByte(), kShortBlock, [&](CSubBlock& block, std::uint32_t) {
+        if (block.GetId() == kClockBlock)
+            TakeClock(block, record);
+        else if (block.GetId() == kValue4Block)
+            record.value_4 = block.ReadByte();
+    });
 }
 
-void WriteClock(CSubBlock& block, const TimeToSet& record)
+constexpr Exchange kSetClock = {.request = 0x01, .reply = 0x02};
+
+void SetClock(CConversation& phone, TimeToSet& record)
 {
-    block.AppendByte(record.lead_0);
-    block.AppendByte(record.lead_1);
-    block.AppendWord(record.year);
-    block.AppendByte(record.month);
-    block.AppendByte(record.day);
-    block.AppendByte(record.hour);
-    block.AppendByte(record.minute);
-    block.AppendByte(record.second);
-    block.AppendByte(0);
+    CMessage message = phone.Request(kSetClock);
+    message.AppendBytes({0, 1});
+    CSubBlock clock = NewBlock(kShortBlock, kClockBlock);
+    clock.AppendBytes({record.lead_0, record.lead_1});
+    clock.AppendWord(record.year);
+    clock.AppendBytes({record.month, record.day, record.hour, record.minute, record.second, 0});
+    clock.WriteTo(&message);
+
+    phone.Ask(message, kSetClock);
+    CSubBlock answer = NewBlock(kShortBlock);
+    if (message.ReadByte() != kDone || !ReadFirstBlock(message, answer) || answer.GetId() != kClockBlock)
+        return;
+    record.lead_0 = answer.ReadByte();
+    record.lead_1 = answer.ReadByte();
+    record.year = answer.ReadWord();
+    record.month = answer.ReadByte();
+    record.day = answer.ReadByte();
+    record.hour = answer.ReadByte();
+    record.minute = answer.ReadByte();
+    record.second = answer.ReadByte();
 }
 
-void ReadSetting(CSubBlock& block, TimeSettings& record)
+void TakeSetting(CSubBlock& block, TimeSettings& record)
 {
     const std::uint8_t number = block.ReadByte();
     block.Skip(1);
-    if (number == kSetting10)
+    if (number == 10)
     {
         record.setting_10_first = block.ReadWord();
         record.setting_10_second = block.ReadWord();
     }
-    else if (number == kSetting11)
+    else if (number == 11)
     {
         record.setting_11_first = block.ReadWord();
         record.setting_11_second = block.ReadWord();
     }
 }
 
+constexpr std::uint8_t kFirstVersionWithSettings = 16;
+constexpr Exchange kReadSettings = {.request = 0x1F, .reply = 0x20};
+
+void ReadSettings(CConversation& phone, TimeSettings& record)
+{
+    const auto version = phone.GetVersion();
+    if (!version)
+        ThrowCode(ZEL_E_FAIL);
+    if (version->major < kFirstVersionWithSettings)
+        ThrowCode(ZEL_E_VERSION);
+
+    CMessage message = phone.Request(kReadSettings);
+    message.AppendBytes({1, 0});
+
+    phone.Ask(message, kReadSettings);
+    if (message.ReadByte() != kDone)
+        return;
+    ForEachBlock(message, message.ReadByte(), kShortBlock, [&](CSubBlock& block, std::uint32_t) {
+        if (block.GetId() == kSettingBlock)
+            TakeSetting(block, record);
+    });
+}
+
 }  // namespace
 
-std::uint32_t CTimeHandler::EncodeRequest(CDataSender& sender, std::uint32_t messageId, void* record)
-{
-    return ResultOf([&]() -> std::uint32_t {
-        switch (messageId)
-        {
-        case ZEL_TIME_READ:
-            return Read(sender, RecordOf<TimeNow>(record));
-        case ZEL_TIME_SET:
-            return Set(sender, RecordOf<TimeToSet>(record));
-        case ZEL_TIME_READ_SETTINGS:
-            return ReadSettings(sender, RecordOf<TimeSettings>(record));
-        default:
-            return ZEL_NOT_HANDLED;
-        }
-    });
-}
-
-std::uint32_t CTimeHandler::Read(CDataSender& sender, TimeNow& record) const
-{
-    CMessage message = Request(kReadRequest);
-    message.AppendByte(0);
-    message.AppendByte(0);
-
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kReadReply, result) || message.ReadByte() != kDone)
-        return result;
-    ForEachBlock(message, message.ReadByte(), kShortBlock, [&](CSubBlock& block, std::uint32_t) {
-        if (block.GetId() == kDateTime)
-            ReadClock(block, record);
-        else if (block.GetId() == kValue4)
-            record.value_4 = block.ReadByte();
-    });
-    return ZEL_OK;
-}
-
-std::uint32_t CTimeHandler::Set(CDataSender& sender, TimeToSet& record) const
-{
-    CMessage message = Request(kSetRequest);
-    message.AppendByte(0);
-    message.AppendByte(1);
-    CSubBlock clock = NewBlock(kShortBlock, kDateTime);
-    WriteClock(clock, record);
-    clock.WriteTo(&message);
-
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kSetReply, result) || message.ReadByte() != kDone)
-        return result;
-    CSubBlock answer = NewBlock(kShortBlock);
-    if (message.ReadByte() != 0 && answer.ReadFrom(&message) && answer.GetId() == kDateTime)
-        ReadSetClock(answer, record);
-    return ZEL_OK;
-}
-
-std::uint32_t CTimeHandler::ReadSettings(CDataSender& sender, TimeSettings& record) const
-{
-    std::uint8_t major = 0;
-    std::uint8_t minor = 0;
-    const std::uint32_t known = sender.GetServiceVersion(GetResource(), major, minor);
-    if (known != ZEL_OK)
-        return known;
-    if (major < kFirstVersionWithSettings)
-        return ZEL_E_VERSION;
-
-    CMessage message = Request(kSettingsRequest);
-    message.AppendByte(1);
-    message.AppendByte(0);
-
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kSettingsReply, result) || message.ReadByte() != kDone)
-        return result;
-    ForEachBlock(message, message.ReadByte(), kShortBlock, [&](CSubBlock& block, std::uint32_t) {
-        if (block.GetId() == kSetting)
-            ReadSetting(block, record);
-    });
-    return ZEL_OK;
-}
+CTimeHandler::CTimeHandler() : CContentHandler(kOperations) {}

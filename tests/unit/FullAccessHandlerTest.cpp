@@ -2,6 +2,7 @@
 
 #include "handlers/base/Owners.h"
 #include "support/HandlerChecks.h"
+#include "zelapi/full_access.h"
 
 namespace
 {
@@ -81,7 +82,7 @@ TEST(FullAccessHandler, DeliversEveryMessage)
         std::uint32_t messageId = 0;
         void* record = nullptr;
         ASSERT_EQ(Decode(handler, body, messageId, record), ZEL_OK);
-        EXPECT_EQ(messageId, 0xFF10u);
+        EXPECT_EQ(messageId, ZEL_RAW_MESSAGE);
         const auto& raw = *static_cast<const RawMessage*>(record);
         EXPECT_EQ(raw.size, 16u);
         EXPECT_EQ(raw.count, body.size());

@@ -18,6 +18,10 @@
 #include "support/ComApartment.h"
 #include "support/FakeLinkService.h"
 #include "zelapi/full_access.h"
+#include "zelapi/messaging.h"
+#include "zelapi/storage.h"
+#include "zelapi/time.h"
+#include "zelapi/wap.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,7 @@
 #include "handlers/TimeHandler.h"
 
 #include "support/HandlerFixture.h"
+#include "zelapi/time.h"
 
 #include <algorithm>
 #include <tuple>

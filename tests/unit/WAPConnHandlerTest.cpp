@@ -2,6 +2,7 @@
 
 #include "support/HandlerFixture.h"
 #include "support/Text.h"
+#include "zelapi/wap.h"
 
 #include <tuple>
 
@@ -24,8 +25,8 @@ TEST_F(WAPConnHandler, SendsEachRequestAndReportsRefusalAndFailure)
         {ZEL_WAP_READ_BYTE, 0, {0x34}, ZEL_E_FAIL},
         {ZEL_WAP_COMMAND, 3, {}, ZEL_E_FAIL},
         {ZEL_WAP_READ_CONNECTION, 6, {0x12, 0x34}, kSendFailure},
-        {ZEL_WAP_WRITE_CONNECTION, 9, {1, 2, 1, 1, 0, 'A', 0, 1, 0, 'A', 0, 0, 0, 0}, 3},
-        {ZEL_WAP_CONNECTION_COMMAND, 12, {0x12, 0x34}, 3},
+        {ZEL_WAP_WRITE_CONNECTION, 9, {1, 2, 1, 1, 0, 'A', 0, 1, 0, 'A', 0, 0, 0, 0}, ZEL_NOT_SUPPORTED},
+        {ZEL_WAP_CONNECTION_COMMAND, 12, {0x12, 0x34}, ZEL_NOT_SUPPORTED},
     };
     for (const auto& [messageId, id, body, sendFailure] : cases)
     {
@@ -68,7 +69,8 @@ TEST_F(WAPConnHandler, RefusesBadPointers)
 {
     ExpectNotHandled({0x3F00, 0x3F06});
     ExpectNoIndications(ZEL_WAP_READ_BYTE);
-    for (const std::uint32_t messageId : {0x3F01u, 0x3F03u, 0x3F04u, 0x3F05u})
+    for (const std::uint32_t messageId :
+         {ZEL_WAP_READ_BYTE, ZEL_WAP_READ_CONNECTION, ZEL_WAP_WRITE_CONNECTION, ZEL_WAP_CONNECTION_COMMAND})
         ExpectBadRecordsRefused(m_handler, messageId);
     for (const std::uint32_t messageId : {ZEL_WAP_READ_CONNECTION, ZEL_WAP_WRITE_CONNECTION})
         for (void* connection : {static_cast<void*>(nullptr), kUnreadable})

@@ -58,3 +58,15 @@ std::uint32_t CContentHandler::StatusResult(std::uint8_t status) const
 {
     return status == 0 ? ZEL_OK : static_cast<std::uint32_t>(m_resource << 8 | status);
 }
+
+std::uint32_t CContentHandler::LocalToUtc(const SYSTEMTIME& local, SYSTEMTIME* utc, ZoneInformation* zone)
+{
+    SYSTEMTIME time = {};
+    ZoneInformation information = {};
+    const std::uint32_t result = CTimeConverter().LocalToUtc(&local, &time, &information);
+    if (IsReadable(utc))
+        *utc = time;
+    if (IsReadable(zone))
+        *zone = information;
+    return result;
+}

@@ -2,6 +2,7 @@
 
 #include "handlers/base/Conversation.h"
 #include "handlers/base/Owners.h"
+#include "handlers/base/TimeConverter.h"
 #include "message/Platform.h"
 #include "zelapi/zelapi.h"
 
@@ -95,6 +96,7 @@ class CContentHandler
     CMessage Request(std::uint8_t id, std::initializer_list<std::uint8_t> replies = {}) const;
     static bool Exchange(CDataSender& sender, CMessage& message, std::uint8_t replyId, std::uint32_t& result);
     std::uint32_t StatusResult(std::uint8_t status) const;
+    static std::uint32_t LocalToUtc(const SYSTEMTIME& local, SYSTEMTIME* utc, ZoneInformation* zone);
     template <typename Record>
     static Record& RecordOf(void* record)
     {

@@ -23,6 +23,12 @@ struct TaskMemFree
 template <typename Record>
 using CTaskMemOwner = std::unique_ptr<Record, TaskMemFree>;
 
+/// Frees a CoTaskMem block that owns nothing else.
+inline void FreeBlock(void* block)
+{
+    CoTaskMemFree(block);
+}
+
 /// A zeroed CoTaskMem block of `count` records. Throws CAtlException (E_OUTOFMEMORY).
 template <typename Record>
 CTaskMemOwner<Record> AllocateRecords(std::size_t count = 1)

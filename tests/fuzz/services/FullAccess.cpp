@@ -1,5 +1,6 @@
 #include "fuzz/FuzzService.h"
 #include "handlers/FullAccessHandler.h"
+#include "zelapi/full_access.h"
 
 namespace
 {

@@ -1,3 +1,5 @@
+#include "zelapi/storage.h"
+
 #include "fuzz/FuzzService.h"
 #include "handlers/StorageHandler.h"
 

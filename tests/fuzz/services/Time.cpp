@@ -1,3 +1,5 @@
+#include "zelapi/time.h"
+
 #include "fuzz/FuzzService.h"
 #include "handlers/TimeHandler.h"
 

@@ -1,5 +1,6 @@
 #include "fuzz/FuzzService.h"
 #include "handlers/WAPConnHandler.h"
+#include "zelapi/wap.h"
 
 namespace
 {

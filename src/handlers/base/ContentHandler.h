@@ -19,10 +19,10 @@ struct Operation
 };
 
 /// The caller's record, as whatever record an operation takes. Throws ZEL_E_ARGUMENT if it is null or unreadable.
-class CCallersRecord
+class CRecordArgument
 {
   public:
-    explicit CCallersRecord(void* record) : m_record(record) {}
+    explicit CRecordArgument(void* record) : m_record(record) {}
 
     template <typename Record>
     operator Record&() const
@@ -46,7 +46,7 @@ void Serve(CConversation& phone, void* record)
     else if constexpr (std::invocable<decltype(Run), CConversation&, void*>)
         Run(phone, record);
     else
-        Run(phone, CCallersRecord(record));
+        Run(phone, CRecordArgument(record));
 }
 
 /// One message that the phone sends on its own: its message id, the API message that it becomes, and the making and

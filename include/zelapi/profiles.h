@@ -10,7 +10,7 @@
  *   - ZEL_OK, also when the phone answers with another message: then the record is left as it is;
  *   - ZEL_E_ARGUMENT for a null or unreadable record: nothing is sent. ZEL_PROFILES_OPERATION does not look at the
  *     record, ZEL_PROFILES_READ_BYTES only when it has something to store;
- *   - ZEL_E_FAIL for a null or unreadable array with a count above 0: nothing is sent;
+ *   - ZEL_E_ARGUMENT for a null or unreadable array with a count above 0: nothing is sent;
  *   - the failure of the send.
  * The phone's status is a byte: 1 means success.
  */

@@ -24,8 +24,8 @@
 
 /**
  * Any operation on a service, with a value. Record: SupplementaryListRequest.
- * @return as above. For operation 3, ZEL_E_FAIL when its text record is null or unreadable, and ZEL_E_ARGUMENT when
- * more than 123 units of text would have to be sent: nothing is sent.
+ * @return as above. For operation 3, ZEL_E_ARGUMENT also when its text record is null or unreadable, or when more than
+ * 123 units of text would have to be sent: nothing is sent.
  */
 #define ZEL_SUPPLEMENTARY_REQUEST 0x603u
 

@@ -1,45 +1,26 @@
 #include "handlers/ProvisioningHandler.h"
 
 #include "handlers/base/Blocks.h"
+#include "handlers/base/CallersData.h"
 #include "handlers/base/RecordArray.h"
+#include "zelapi/provisioning.h"
 
 #include <algorithm>
-#include <span>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace
 {
 
-enum MessageId : std::uint8_t
-{
-    kRefusal = 2,
-    kReadRequest = 80,
-    kReadReply = 81,
-    kWriteRequest = 82,
-    kWriteReply = 83,
-    kNumberRequest = 84,
-    kNumberReply = 85,
-    kStepRequest = 86,
-    kStepReply = 87,
-};
+void ReadAll(CConversation& phone, void* record);
+void WriteAll(CConversation& phone, void* record);
+void SetNumber(CConversation& phone, void* record);
 
-/// What a read asks for.
-enum ReadSelector : std::uint16_t
-{
-    kContent = 0x007F,
-    kSetList = 0x0080,
-    kSummary = 0x0100,
-};
-
-/// The steps of a write, by their mode byte.
-enum Step : std::uint8_t
-{
-    kCountStep = 1,
-    kNumberStep = 2,
-    kNameStep = 3,
+constexpr Operation kOperations[] = {
+    {ZEL_PROVISIONING_READ_ALL, Serve<ReadAll>},
+    {ZEL_PROVISIONING_WRITE_ALL, Serve<WriteAll>},
+    {ZEL_PROVISIONING_SET_NUMBER, Serve<SetNumber>},
 };
 
 enum SubBlockId : std::uint16_t
@@ -50,15 +31,47 @@ enum SubBlockId : std::uint16_t
     kAccessBlock = 19,
 };
 
-constexpr std::uint8_t kDone = 1;
-/// Bytes of a content reply before the content, the status included.
-constexpr std::uint32_t kContentHead = 5;
-/// A length on the wire is one byte.
-constexpr std::size_t kLongestName = 255;
-
-bool IsAcceptedPart(std::uint8_t part)
+/// What a request asks for or is about.
+enum Selector : std::uint16_t
 {
-    return (part >= 1 && part <= 8) || part == 21;
+    kContent = 0x007F,
+    kSetList = 0x0080,
+    kSummary = 0x0100,
+};
+
+constexpr std::uint8_t kRefusal = 2;
+
+std::uint32_t RefusalResult(CMessage& message)
+{
+    return message.GetMessageId() == kRefusal ? ZEL_PROVISIONING_REFUSED : ZEL_OK;
+}
+
+/// Whether the phone has the service counts before the record does.
+void RequireService(const CConversation& phone)
+{
+    if (!phone.GetVersion())
+        ThrowCode(ZEL_PROVISIONING_NO_SERVICE);
+}
+
+/// Sends a request; `message` is then at the data of its reply. Leaves where there are none, which is no failure.
+void AskForData(const CConversation& phone, CMessage& message, const Exchange& exchange)
+{
+    constexpr std::uint8_t kDone = 1;
+
+    phone.Ask(message, exchange);
+    phone.RequireStatus(message, {kDone});
+}
+
+/// Runs one exchange of several. Only its failure ends the operation, not a phone that has nothing to say.
+template <typename Step>
+void RunStep(Step&& step)
+{
+    const std::uint32_t result = ResultOf([&] {
+        step();
+        return ZEL_OK;
+    });
+    if (result != ZEL_OK)
+        ThrowCode(result);
 }
 
 // Reading
@@ -87,15 +100,6 @@ void FreeSet(const ProvisioningSet& set)
     CoTaskMemFree(set.content);
 }
 
-using CSetArray = CRecordArray<ProvisioningSet, &FreeSet>;
-
-void ReadBlock(CMsgBase& source, std::uint8_t length, std::uint8_t*& block)
-{
-    CTaskMemOwner<std::uint8_t> bytes(source.ReadBytes(length));
-    CoTaskMemFree(block);
-    block = bytes.release();
-}
-
 void ReadAccess(CSubBlock& block, ProvisioningAccess& access)
 {
     access.value_4 = block.ReadWord();
@@ -103,8 +107,8 @@ void ReadAccess(CSubBlock& block, ProvisioningAccess& access)
     access.length_a = block.ReadByte();
     access.length_b = block.ReadByte();
     access.length_c = block.ReadByte();
-    ReadBlock(block, access.length_a, access.block_a);
-    ReadBlock(block, access.length_c, access.block_c);
+    Replace(access.block_a, block.ReadBytes(access.length_a));
+    Replace(access.block_c, block.ReadBytes(access.length_c));
 }
 
 void ReadName(CSubBlock& block, ProvisioningName& name)
@@ -113,9 +117,7 @@ void ReadName(CSubBlock& block, ProvisioningName& name)
     block.Skip(1);
     name.value_4 = block.ReadByte();
     block.Skip(2);
-    CBStrOwner text(block.ReadUtf8String(name.name_length));
-    SysFreeString(name.name);
-    name.name = text.release();
+    Replace(name.name, block.ReadUtf8String(name.name_length));
 }
 
 void ReadDetails(CSubBlock& details, std::uint8_t count, ProvisioningSet& set)
@@ -144,27 +146,94 @@ void ReadSet(CSubBlock& block, ProvisioningSet& set)
         ReadDetails(block, count, set);
 }
 
+constexpr Exchange kRead = {.request = 80, .reply = 81, .answers = {kRefusal, 81}, .other = &RefusalResult};
+
+/// Asks for what a selector names, and gives the reply, which is at its data.
+CMessage AskToRead(const CConversation& phone, std::uint8_t set, Selector what)
+{
+    CMessage message = phone.Request(kRead);
+    message.AppendBytes({set, 0, 0, 1, 0, 0});
+    message.AppendWord(what);
+    AskForData(phone, message, kRead);
+    return message;
+}
+
+void ReadContent(const CConversation& phone, ProvisioningSet& set)
+{
+    constexpr std::uint32_t kHeadSize = 5;
+
+    CMessage message = AskToRead(phone, set.number, kContent);
+    if (message.GetSize() <= kHeadSize)
+        return;
+    message.SetPosition(kHeadSize);
+    const std::uint32_t size = message.GetSize() - kHeadSize;
+    set.content = message.ReadBytes(size);
+    set.content_size = size;
+}
+
+void ReadSummary(const CConversation& phone, ProvisioningList& record)
+{
+    CMessage message = AskToRead(phone, 0, kSummary);
+    message.Skip(4);
+    ForEachBlock(message, message.ReadByte(), kByteIdBlock, [&](CSubBlock& block, std::uint32_t) {
+        if (block.GetId() != kSummaryBlock)
+            return;
+        record.value_16 = block.ReadByte();
+        record.value_17 = block.ReadByte();
+        record.value_18 = block.ReadByte();
+    });
+}
+
+void ReadAll(CConversation& phone, void* record)
+{
+    RequireService(phone);
+    ProvisioningList& list = CRecordArgument(record);
+    CMessage message = AskToRead(phone, 0, kSetList);
+    message.Skip(4);
+    const std::uint8_t count = message.ReadByte();
+    CRecordArray<ProvisioningSet, &FreeSet> sets(count);
+    ForEachBlock(message, count, kByteIdBlock, [&](CSubBlock& block, std::uint32_t index) {
+        if (block.GetId() == kSetBlock)
+            ReadSet(block, sets[index]);
+    });
+    for (ProvisioningSet& set : sets)
+        RunStep([&] { ReadContent(phone, set); });
+    RunStep([&] { ReadSummary(phone, list); });
+    list.count = count;
+    list.sets = sets.Release();
+}
+
 // Writing
 
-std::span<const ProvisioningSet> SetsOf(const ProvisioningList& record)
+constexpr Exchange kSetNumber = {.request = 84, .reply = 85, .answers = {kRefusal, 85}, .other = &RefusalResult};
+
+void SendNumber(const CConversation& phone, std::uint8_t number)
 {
-    if (record.count == 0)
-        return {};
-    if (!IsReadable(record.sets))
-        ThrowCode(ZEL_E_ARGUMENT);
-    return {record.sets, record.count};
+    CMessage message = phone.Request(kSetNumber);
+    message.AppendBytes({number, 0, 0, 0});
+    message.AppendWord(kContent);
+    AskForData(phone, message, kSetNumber);
 }
+
+void SetNumber(CConversation& phone, void* record)
+{
+    RequireService(phone);
+    SendNumber(phone, IsReadable(record) ? static_cast<ProvisioningNumber*>(record)->number : 0);
+}
+
+/// A length on the wire is one byte.
+constexpr std::size_t kLongestName = 255;
 
 /// The name up to its first zero unit; empty if there is none.
-std::basic_string_view<OLECHAR> NameOf(const ProvisioningName& name)
+CTextView NameOf(const ProvisioningName* name)
 {
-    if (!IsReadable(name.name))
+    if (!IsReadable(name))
         return {};
-    const OLECHAR* end = std::find(name.name, name.name + SysStringLen(name.name), OLECHAR{0});
-    return {name.name, static_cast<std::size_t>(end - name.name)};
+    const CTextView text = TextOf(name->name);
+    return text.substr(0, text.find(OLECHAR{0}));
 }
 
-std::string Utf8(std::basic_string_view<OLECHAR> text)
+std::string Utf8(CTextView text)
 {
     // More units than this make more bytes than a name may have.
     const auto units = static_cast<int>(std::min(text.size(), kLongestName + 1));
@@ -174,13 +243,10 @@ std::string Utf8(std::basic_string_view<OLECHAR> text)
     return bytes;
 }
 
-void AppendBlock(CSubBlock& block, std::uint8_t length, const std::uint8_t* bytes)
+void AppendBlock(CSubBlock& block, const std::uint8_t* bytes, std::uint8_t length)
 {
-    if (length == 0)
-        return;
-    if (!IsReadable(bytes))
-        ThrowCode(ZEL_E_ARGUMENT);
-    block.AppendBytes(length, bytes);
+    const auto elements = ElementsOf(bytes, length);
+    block.AppendBytes(elements.size(), elements.data());
 }
 
 void AppendAccess(CMessage& message, const ProvisioningAccess& access)
@@ -188,241 +254,106 @@ void AppendAccess(CMessage& message, const ProvisioningAccess& access)
     CSubBlock block = NewBlock(kByteIdBlock, kAccessBlock);
     block.AppendWord(access.value_4);
     block.AppendWord(access.value_6);
-    block.AppendByte(access.length_a);
-    block.AppendByte(access.length_b);
-    block.AppendByte(access.length_c);
-    AppendBlock(block, access.length_a, access.block_a);
-    AppendBlock(block, access.length_c, access.block_c);
+    block.AppendBytes({access.length_a, access.length_b, access.length_c});
+    AppendBlock(block, access.block_a, access.length_a);
+    AppendBlock(block, access.block_c, access.length_c);
     block.WriteTo(&message);
 }
 
 void AppendName(CMessage& message, const ProvisioningName& name)
 {
-    const std::string text = Utf8(NameOf(name));
+    const std::string text = Utf8(NameOf(&name));
     if (text.size() > kLongestName)
         ThrowCode(ZEL_E_ARGUMENT);
     CSubBlock block = NewBlock(kByteIdBlock, kNameBlock);
-    block.AppendByte(static_cast<std::uint8_t>(text.size()));
-    block.AppendByte(0);
-    block.AppendByte(name.value_4);
-    block.AppendWord(0);
+    block.AppendBytes({static_cast<std::uint8_t>(text.size()), 0, name.value_4, 0, 0});
     block.AppendBytes(text.size(), text.data());
     block.WriteTo(&message);
 }
 
-}  // namespace
+constexpr Exchange kWriteSet = {.request = 82, .reply = 83, .answers = {kRefusal, 83}, .other = &RefusalResult};
 
-std::uint32_t CProvisioningHandler::EncodeRequest(CDataSender& sender, std::uint32_t messageId, void* record)
-{
-    return ResultOf([&]() -> std::uint32_t {
-        if (messageId < ZEL_PROVISIONING_READ_ALL || messageId > ZEL_PROVISIONING_SET_NUMBER)
-            return ZEL_NOT_HANDLED;
-        // The phone must have the service before the record is looked at.
-        std::uint8_t major = 0;
-        std::uint8_t minor = 0;
-        if (sender.GetServiceVersion(GetResource(), major, minor) != ZEL_OK)
-            return ZEL_PROVISIONING_NO_SERVICE;
-        switch (messageId)
-        {
-        case ZEL_PROVISIONING_READ_ALL:
-            return ReadAll(sender, RecordOf<ProvisioningList>(record));
-        case ZEL_PROVISIONING_WRITE_ALL:
-            return WriteAll(sender, RecordOf<ProvisioningList>(record));
-        default:
-            return SetNumber(sender, IsReadable(record) ? static_cast<ProvisioningNumber*>(record)->number : 0);
-        }
-    });
-}
-
-// Exchanges
-
-CMessage CProvisioningHandler::RequestOf(std::uint8_t id) const
-{
-    return Request(id, {kRefusal, static_cast<std::uint8_t>(id + 1)});
-}
-
-bool CProvisioningHandler::BringsData(CDataSender& sender, CMessage& message, std::uint32_t& result) const
-{
-    const auto replyId = static_cast<std::uint8_t>(message.GetMessageId() + 1);
-    if (!Exchange(sender, message, replyId, result))
-    {
-        if (result == ZEL_OK && message.GetMessageId() == kRefusal)
-            result = ZEL_PROVISIONING_REFUSED;
-        return false;
-    }
-    const std::uint8_t status = message.ReadByte();
-    if (status == kDone)
-        return true;
-    result = StatusResult(status);
-    return false;
-}
-
-std::uint32_t CProvisioningHandler::Command(CDataSender& sender, CMessage message) const
-{
-    std::uint32_t result = ZEL_OK;
-    BringsData(sender, message, result);
-    return result;
-}
-
-// Reading
-
-CMessage CProvisioningHandler::ReadRequest(std::uint8_t set, std::uint16_t what) const
-{
-    CMessage message = RequestOf(kReadRequest);
-    message.AppendByte(set);
-    message.AppendByte(0);
-    message.AppendByte(0);
-    message.AppendByte(1);
-    message.AppendByte(0);
-    message.AppendByte(0);
-    message.AppendWord(what);
-    return message;
-}
-
-std::uint32_t CProvisioningHandler::ReadAll(CDataSender& sender, ProvisioningList& record) const
-{
-    CMessage message = ReadRequest(0, kSetList);
-    std::uint32_t result = ZEL_OK;
-    if (!BringsData(sender, message, result))
-        return result;
-    message.Skip(4);
-    const std::uint8_t count = message.ReadByte();
-    CSetArray sets(count);
-    ForEachBlock(message, count, kByteIdBlock, [&](CSubBlock& block, std::uint32_t index) {
-        if (block.GetId() == kSetBlock)
-            ReadSet(block, sets[index]);
-    });
-    for (std::uint8_t i = 0; i < count; ++i)
-        if (result = ReadContent(sender, sets[i]); result != ZEL_OK)
-            return result;
-    if (result = ReadSummary(sender, record); result != ZEL_OK)
-        return result;
-    record.count = count;
-    record.sets = sets.Release();
-    return ZEL_OK;
-}
-
-std::uint32_t CProvisioningHandler::ReadContent(CDataSender& sender, ProvisioningSet& set) const
-{
-    CMessage message = ReadRequest(set.number, kContent);
-    std::uint32_t result = ZEL_OK;
-    if (!BringsData(sender, message, result) || message.GetSize() <= kContentHead)
-        return result;
-    message.SetPosition(kContentHead);
-    const std::uint32_t size = message.GetSize() - kContentHead;
-    set.content = message.ReadBytes(size);
-    set.content_size = size;
-    return ZEL_OK;
-}
-
-std::uint32_t CProvisioningHandler::ReadSummary(CDataSender& sender, ProvisioningList& record) const
-{
-    CMessage message = ReadRequest(0, kSummary);
-    std::uint32_t result = ZEL_OK;
-    if (!BringsData(sender, message, result))
-        return result;
-    message.Skip(4);
-    ForEachBlock(message, message.ReadByte(), kByteIdBlock, [&](CSubBlock& block, std::uint32_t) {
-        if (block.GetId() != kSummaryBlock)
-            return;
-        record.value_16 = block.ReadByte();
-        record.value_17 = block.ReadByte();
-        record.value_18 = block.ReadByte();
-    });
-    return ZEL_OK;
-}
-
-// Writing
-
-std::uint32_t CProvisioningHandler::WriteAll(CDataSender& sender, const ProvisioningList& record) const
-{
-    // All sets are looked at before the first is sent: a bad one changes nothing in the phone.
-    const std::span<const ProvisioningSet> sets = SetsOf(record);
-    std::vector<CMessage> requests;
-    requests.reserve(sets.size());
-    for (const ProvisioningSet& set : sets)
-        requests.push_back(SetRequest(set));
-
-    std::uint32_t result = SetNumber(sender, 0);
-    if (result == ZEL_OK)
-        result = Command(sender, CountRequest(record.count));
-    for (std::size_t i = 0; result == ZEL_OK && i < sets.size(); ++i)
-    {
-        result = WriteSet(sender, requests[i], IsReadable(sets[i].name));
-        if (result == ZEL_OK)
-            result = Command(sender, NumberRequest(sets[i]));
-        if (result == ZEL_OK)
-            result = Command(sender, NameRequest(sets[i]));
-    }
-    return result;
-}
-
-CMessage CProvisioningHandler::SetRequest(const ProvisioningSet& set) const
+CMessage SetRequest(const CConversation& phone, const ProvisioningSet& set)
 {
     const bool hasName = IsReadable(set.name);
-    CMessage message = RequestOf(kWriteRequest);
-    message.AppendByte(0);
-    message.AppendByte(0);
-    message.AppendByte(0);
-    message.AppendWord(0);
-    message.AppendByte(hasName ? 2 : 1);
+    CMessage message = phone.Request(kWriteSet);
+    message.AppendBytes({0, 0, 0, 0, 0, static_cast<std::uint8_t>(hasName ? 2 : 1)});
     AppendAccess(message, IsReadable(set.access) ? *set.access : ProvisioningAccess{});
     if (hasName)
         AppendName(message, *set.name);
     return message;
 }
 
-std::uint32_t CProvisioningHandler::WriteSet(CDataSender& sender, CMessage& message, bool hasName) const
+bool IsAcceptedPart(std::uint8_t part)
 {
-    std::uint32_t result = ZEL_OK;
-    if (!BringsData(sender, message, result) || !hasName)
-        return result;
+    return (part >= 1 && part <= 8) || part == 21;
+}
+
+void WriteSet(const CConversation& phone, CMessage& message, bool hasName)
+{
+    AskForData(phone, message, kWriteSet);
     // The phone answers for the name.
-    return IsAcceptedPart(message.ReadByte()) ? ZEL_OK : ZEL_E_FAIL;
+    if (hasName && !IsAcceptedPart(message.ReadByte()))
+        ThrowCode(ZEL_E_FAIL);
 }
 
-CMessage CProvisioningHandler::CountRequest(std::uint8_t count) const
+constexpr Exchange kWriteStep = {.request = 86, .reply = 87, .answers = {kRefusal, 87}, .other = &RefusalResult};
+
+/// The steps of a write, by their mode byte.
+enum Mode : std::uint8_t
 {
-    CMessage message = RequestOf(kStepRequest);
-    message.AppendByte(kCountStep);
-    message.AppendByte(0);
-    message.AppendByte(0);
-    message.AppendByte(count);
-    return message;
+    kCountMode = 1,
+    kNumberMode = 2,
+    kNameMode = 3,
+};
+
+void SendCount(const CConversation& phone, std::uint8_t count)
+{
+    CMessage message = phone.Request(kWriteStep);
+    message.AppendBytes({kCountMode, 0, 0, count});
+    AskForData(phone, message, kWriteStep);
 }
 
-CMessage CProvisioningHandler::NumberRequest(const ProvisioningSet& set) const
+void SendNumberOf(const CConversation& phone, const ProvisioningSet& set)
 {
-    CMessage message = RequestOf(kStepRequest);
-    message.AppendByte(kNumberStep);
-    message.AppendByte(0);
-    message.AppendByte(set.number);
-    message.AppendByte(0);
-    return message;
+    CMessage message = phone.Request(kWriteStep);
+    message.AppendBytes({kNumberMode, 0, set.number, 0});
+    AskForData(phone, message, kWriteStep);
 }
 
-CMessage CProvisioningHandler::NameRequest(const ProvisioningSet& set) const
+void SendNameOf(const CConversation& phone, const ProvisioningSet& set)
 {
-    const auto name = IsReadable(set.name) ? NameOf(*set.name) : std::basic_string_view<OLECHAR>();
+    const CTextView name = NameOf(set.name);
     // The length counts the terminator.
     const auto length = static_cast<std::uint8_t>(name.empty() ? 0 : std::min(name.size() + 1, kLongestName));
-    CMessage message = RequestOf(kStepRequest);
-    message.AppendByte(kNameStep);
-    message.AppendByte(length);
-    message.AppendByte(set.number);
-    message.AppendByte(0);
+    CMessage message = phone.Request(kWriteStep);
+    message.AppendBytes({kNameMode, length, set.number, 0});
     if (length != 0)
         message.AppendStringN(name.data(), length - 1, kLongestName, true);
-    return message;
+    AskForData(phone, message, kWriteStep);
 }
 
-std::uint32_t CProvisioningHandler::SetNumber(CDataSender& sender, std::uint8_t number) const
+void WriteAll(CConversation& phone, void* record)
 {
-    CMessage message = RequestOf(kNumberRequest);
-    message.AppendByte(number);
-    message.AppendByte(0);
-    message.AppendByte(0);
-    message.AppendByte(0);
-    message.AppendWord(kContent);
-    return Command(sender, std::move(message));
+    RequireService(phone);
+    const ProvisioningList& list = CRecordArgument(record);
+    // All sets are looked at before the first is sent: a bad one changes nothing in the phone.
+    const auto sets = ElementsOf(list.sets, list.count);
+    std::vector<CMessage> requests;
+    requests.reserve(sets.size());
+    for (const ProvisioningSet& set : sets)
+        requests.push_back(SetRequest(phone, set));
+
+    RunStep([&] { SendNumber(phone, 0); });
+    RunStep([&] { SendCount(phone, list.count); });
+    for (std::size_t i = 0; i < sets.size(); ++i)
+    {
+        RunStep([&] { WriteSet(phone, requests[i], IsReadable(sets[i].name)); });
+        RunStep([&] { SendNumberOf(phone, sets[i]); });
+        RunStep([&] { SendNameOf(phone, sets[i]); });
+    }
 }
+
+}  // namespace
+
+CProvisioningHandler::CProvisioningHandler() : CContentHandler(kOperations) {}

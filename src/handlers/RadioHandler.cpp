@@ -1,22 +1,25 @@
 #include "handlers/RadioHandler.h"
 
 #include "handlers/base/Blocks.h"
+#include "handlers/base/CallersData.h"
 #include "handlers/base/RecordArray.h"
+#include "zelapi/radio.h"
 
 namespace
 {
 
-enum MessageId : std::uint8_t
-{
-    kRequest3 = 3,
-    kReadSettingRequest = 5,
-    kReadSettingReply = 6,
-    kListRequest = 13,
-    kListReply = 14,
-    kWriteItemRequest = 17,
-    kWriteSettingRequest = 18,
-    kDoneReply = 21,
-    kRefusalReply = 22,
+void List(CConversation& phone, RadioList& record);
+void WriteItem(CConversation& phone, const RadioItemRecord& record);
+void ReadSetting(CConversation& phone, void* record);
+void WriteSetting(CConversation& phone, const RadioSetting& record);
+void SendKeys(CConversation& phone, const RadioSetting& record);
+
+constexpr Operation kOperations[] = {
+    {ZEL_RADIO_LIST, Serve<List>},
+    {ZEL_RADIO_WRITE_ITEM, Serve<WriteItem>},
+    {ZEL_RADIO_READ_SETTING, Serve<ReadSetting>},
+    {ZEL_RADIO_WRITE_SETTING, Serve<WriteSetting>},
+    {ZEL_RADIO_REQUEST_3, Serve<SendKeys>},
 };
 
 enum SubBlockId : std::uint16_t
@@ -25,25 +28,15 @@ enum SubBlockId : std::uint16_t
     kItemBlock = 1,
 };
 
-/// The list is not worth a longer wait.
-constexpr std::uint32_t kListMs = 10000;
+constexpr std::uint8_t kDone = 21;
+constexpr std::uint8_t kRefusal = 22;
 
-/// Longest texts in units. A sub-block is a multiple of 4 bytes long; an item names its length in 16 bits and has up to
-/// 255 bytes of data, a setting in 8 bits.
-constexpr std::uint32_t kLongestName = 32632;
-constexpr std::uint32_t kLongestText = 120;
-
-/// Units of a text from the caller; an unreadable one is empty.
-std::uint32_t LengthOf(BSTR text)
+std::uint32_t RefusalResult(CMessage& message)
 {
-    return IsReadable(text) ? SysStringLen(text) : 0;
-}
-
-void AppendText(CSubBlock& block, BSTR text, std::uint32_t length, std::uint32_t longest)
-{
-    if (length > longest)
-        ThrowCode(ZEL_E_ARGUMENT);
-    block.AppendStringN(text, static_cast<std::int32_t>(length), static_cast<std::int32_t>(longest), false);
+    if (message.GetMessageId() != kRefusal)
+        return ZEL_OK;
+    message.Skip(1);
+    return StatusResult(message, message.ReadByte());
 }
 
 void FreeItem(const RadioItem& item)
@@ -65,41 +58,53 @@ void ReadItem(CSubBlock& block, RadioItem& item)
     item.data = block.ReadBytes(item.data_length);
 }
 
+/// The list is not worth a longer wait.
+constexpr Exchange kList = {
+    .request = 13, .reply = 14, .answers = {14, kRefusal}, .other = &RefusalResult, .timeoutMs = 10000};
+
+void List(CConversation& phone, RadioList& record)
+{
+    CMessage message = phone.Request(kList);
+    message.AppendWord(0);
+
+    phone.Ask(message, kList);
+    const std::uint8_t value = message.ReadByte();
+    const std::uint8_t count = message.ReadByte();
+    CRecordArray<RadioItem, &FreeItem> items(count);
+    ForEachBlock(message, count, kByteIdBlock, [&](CSubBlock& block, std::uint32_t index) {
+        if (block.GetId() == kItemBlock)
+            ReadItem(block, items[index]);
+    });
+    record.value = value;
+    record.count = count;
+    record.items = items.Release();
+}
+
 CSubBlock ItemBlock(const RadioItem& item)
 {
-    const std::uint32_t length = LengthOf(item.name);
-    const auto lengthByte = static_cast<std::uint8_t>(length);
+    const CTextView name = TextOf(item.name);
+    const auto lengthByte = static_cast<std::uint8_t>(name.size());
     CSubBlock block = NewBlock(kByteIdBlock, kItemBlock);
-    block.AppendByte(lengthByte);
-    block.AppendByte(item.data_length);
-    block.AppendByte(item.value);
-    block.AppendByte(0);
+    block.AppendBytes({lengthByte, item.data_length, item.value, 0});
     if (lengthByte != 0)
-        AppendText(block, item.name, length, kLongestName);
+        AppendText(block, name);
     for (std::uint32_t zeros = block.GetSize() % 4; zeros != 0; --zeros)
         block.AppendByte(0);
-    if (item.data_length != 0)
-    {
-        if (!IsReadable(item.data))
-            ThrowCode(ZEL_E_ARGUMENT);
-        block.AppendBytes(item.data_length, item.data);
-    }
+    const auto data = ElementsOf(item.data, item.data_length);
+    block.AppendBytes(data.size(), data.data());
     return block;
 }
 
-CSubBlock SettingBlock(const RadioSetting& setting)
+constexpr Exchange kWriteItem = {.request = 17, .reply = kDone, .answers = {kDone, kRefusal}, .other = &RefusalResult};
+
+void WriteItem(CConversation& phone, const RadioItemRecord& record)
 {
-    const std::uint32_t length = LengthOf(setting.text);
-    CSubBlock block = NewBlock(kShortBlock, kSettingBlock);
-    block.AppendByte(static_cast<std::uint8_t>(length));
-    block.AppendByte(setting.value_12);
-    block.AppendByte(setting.value_13);
-    block.AppendByte(setting.value_14);
-    block.AppendByte(setting.key);
-    block.AppendByte(setting.value_15);
-    block.AppendDword(setting.value_16);
-    AppendText(block, setting.text, length, kLongestText);
-    return block;
+    CSubBlock item = ItemBlock(Required(record.item));
+    CMessage message = phone.Request(kWriteItem);
+    message.AppendBytes({0, 1});
+    AppendFitting(message, item);
+
+    phone.Ask(message, kWriteItem);
 }
 
 void TakeSetting(CSubBlock& block, RadioSetting& record)
@@ -117,108 +122,53 @@ void TakeSetting(CSubBlock& block, RadioSetting& record)
     record = setting;
 }
 
-}  // namespace
+constexpr Exchange kReadSetting = {.request = 5, .reply = 6, .answers = {6, kRefusal}, .other = &RefusalResult};
 
-std::uint32_t CRadioHandler::EncodeRequest(CDataSender& sender, std::uint32_t messageId, void* record)
+void ReadSetting(CConversation& phone, void* record)
 {
-    return ResultOf([&]() -> std::uint32_t {
-        switch (messageId)
-        {
-        case ZEL_RADIO_LIST:
-            return List(sender, RecordOf<RadioList>(record));
-        case ZEL_RADIO_WRITE_ITEM:
-            return WriteItem(sender, RecordOf<RadioItemRecord>(record));
-        case ZEL_RADIO_READ_SETTING:
-            // Applications know this request's other result for a missing record.
-            if (!IsReadable(record))
-                return ZEL_E_FAIL;
-            return ReadSetting(sender, RecordOf<RadioSetting>(record));
-        case ZEL_RADIO_WRITE_SETTING:
-            return WriteSetting(sender, RecordOf<RadioSetting>(record));
-        case ZEL_RADIO_REQUEST_3:
-            return Request3(sender, RecordOf<RadioSetting>(record));
-        default:
-            return ZEL_NOT_HANDLED;
-        }
-    });
-}
+    // Applications know this request's other result for a missing record.
+    if (!IsReadable(record))
+        ThrowCode(ZEL_E_FAIL);
+    auto& setting = *static_cast<RadioSetting*>(record);
+    CMessage message = phone.Request(kReadSetting);
+    message.AppendBytes({setting.key, 0});
 
-std::uint32_t CRadioHandler::StatusOf(CMessage& reply) const
-{
-    if (reply.GetMessageId() != kRefusalReply)
-        return ZEL_OK;
-    reply.Skip(1);
-    return StatusResult(reply.ReadByte());
-}
-
-std::uint32_t CRadioHandler::Command(CDataSender& sender, CMessage& message) const
-{
-    const std::uint32_t result = sender.Send(message, kReplyMs);
-    return result == ZEL_OK ? StatusOf(message) : result;
-}
-
-std::uint32_t CRadioHandler::List(CDataSender& sender, RadioList& record) const
-{
-    CMessage message = Request(kListRequest, {kListReply, kRefusalReply});
-    message.AppendWord(0);
-    if (const std::uint32_t result = sender.Send(message, kListMs); result != ZEL_OK)
-        return result;
-    if (message.GetMessageId() != kListReply)
-        return StatusOf(message);
-
-    const std::uint8_t value = message.ReadByte();
-    const std::uint8_t count = message.ReadByte();
-    CRecordArray<RadioItem, &FreeItem> items(count);
-    ForEachBlock(message, count, kByteIdBlock, [&](CSubBlock& block, std::uint32_t index) {
-        if (block.GetId() == kItemBlock)
-            ReadItem(block, items[index]);
-    });
-    record.value = value;
-    record.count = count;
-    record.items = items.Release();
-    return ZEL_OK;
-}
-
-std::uint32_t CRadioHandler::WriteItem(CDataSender& sender, const RadioItemRecord& record) const
-{
-    if (!IsReadable(record.item))
-        return ZEL_E_ARGUMENT;
-    CMessage message = Request(kWriteItemRequest, {kDoneReply, kRefusalReply});
-    message.AppendByte(0);
-    message.AppendByte(1);
-    ItemBlock(*record.item).WriteTo(&message);
-    return Command(sender, message);
-}
-
-std::uint32_t CRadioHandler::ReadSetting(CDataSender& sender, RadioSetting& record) const
-{
-    CMessage message = Request(kReadSettingRequest, {kReadSettingReply, kRefusalReply});
-    message.AppendByte(record.key);
-    message.AppendByte(0);
-    std::uint32_t result = ZEL_OK;
-    if (!Exchange(sender, message, kReadSettingReply, result))
-        return result == ZEL_OK ? StatusOf(message) : result;
+    phone.Ask(message, kReadSetting);
     message.Skip(1);
     // Further settings may follow; the first is the one that was asked for.
     CSubBlock block = NewBlock(kShortBlock);
-    if (message.ReadByte() != 0 && block.ReadFrom(&message) && block.GetId() == kSettingBlock)
-        TakeSetting(block, record);
-    return ZEL_OK;
+    if (ReadFirstBlock(message, block) && block.GetId() == kSettingBlock)
+        TakeSetting(block, setting);
 }
 
-std::uint32_t CRadioHandler::WriteSetting(CDataSender& sender, const RadioSetting& record) const
+constexpr Exchange kWriteSetting = {
+    .request = 18, .reply = kDone, .answers = {kDone, kRefusal}, .other = &RefusalResult};
+
+void WriteSetting(CConversation& phone, const RadioSetting& record)
 {
-    CMessage message = Request(kWriteSettingRequest, {kDoneReply, kRefusalReply});
-    message.AppendByte(0);
-    message.AppendByte(1);
-    SettingBlock(record).WriteTo(&message);
-    return Command(sender, message);
+    const CTextView text = TextOf(record.text);
+    CSubBlock block = NewBlock(kShortBlock, kSettingBlock);
+    block.AppendBytes({static_cast<std::uint8_t>(text.size()), record.value_12, record.value_13, record.value_14,
+                       record.key, record.value_15});
+    block.AppendDword(record.value_16);
+    AppendText(block, text);
+    CMessage message = phone.Request(kWriteSetting);
+    message.AppendBytes({0, 1});
+    AppendFitting(message, block);
+
+    phone.Ask(message, kWriteSetting);
 }
 
-std::uint32_t CRadioHandler::Request3(CDataSender& sender, const RadioSetting& record) const
+constexpr Exchange kSendKeys = {.request = 3, .reply = kDone, .answers = {kDone, kRefusal}, .other = &RefusalResult};
+
+void SendKeys(CConversation& phone, const RadioSetting& record)
 {
-    CMessage message = Request(kRequest3, {kDoneReply, kRefusalReply});
-    message.AppendByte(record.key);
-    message.AppendByte(record.second_key);
-    return Command(sender, message);
+    CMessage message = phone.Request(kSendKeys);
+    message.AppendBytes({record.key, record.second_key});
+
+    phone.Ask(message, kSendKeys);
 }
+
+}  // namespace
+
+CRadioHandler::CRadioHandler() : CContentHandler(kOperations) {}

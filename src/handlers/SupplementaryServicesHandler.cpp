@@ -1,165 +1,44 @@
 #include "handlers/SupplementaryServicesHandler.h"
 
 #include "handlers/base/Blocks.h"
-#include "handlers/base/Owners.h"
+#include "handlers/base/CallersData.h"
+#include "handlers/base/RecordArray.h"
+#include "zelapi/supplementary.h"
 
-#include <algorithm>
 #include <array>
-#include <optional>
-#include <vector>
+#include <utility>
 
 namespace
 {
 
-enum MessageId : std::uint8_t
-{
-    kRequest = 0,
-    kResultReply = 1,
-    kErrorReply = 2,
-    kRejectReply = 3,
-    kIgnoredIndication = 9,
-    kIndication = 16,
+void Query(CConversation& phone, SupplementaryRequest& record);
+void QueryFixed(CConversation& phone, const SupplementaryRequest& record);
+void RequestList(CConversation& phone, SupplementaryListRequest& record);
+void RequestFixed(CConversation& phone, const SupplementaryRequest& record);
+
+constexpr Operation kOperations[] = {
+    {ZEL_SUPPLEMENTARY_QUERY, Serve<Query>},
+    {ZEL_SUPPLEMENTARY_QUERY_43, Serve<QueryFixed>},
+    {ZEL_SUPPLEMENTARY_REQUEST, Serve<RequestList>},
+    {ZEL_SUPPLEMENTARY_REQUEST_43, Serve<RequestFixed>},
 };
 
-enum SubBlockId : std::uint16_t
-{
-    kText = 0,
-    kDetail = 4,
+CTaskMemOwner<SupplementaryIndication> ReadIndication(CMessage& message);
+void* Ignore(CMessage& message);
+
+constexpr Indication kIndications[] = {
+    {16, ZEL_SUPPLEMENTARY_INDICATION, Decode<ReadIndication>, nullptr},
+    {9, 0, Ignore, nullptr},
 };
 
-enum Operation : std::uint8_t
-{
-    kOperation4 = 4,
-    kQueryOperation = 5,
-};
-
-constexpr std::uint16_t kFixedValue = 43;
-
-/// The part of an entry that holds its detail.
+/// The part of an entry, or of an indication, that holds a detail.
 constexpr std::uint8_t kDetailPart = 5;
-constexpr std::uint8_t kPaddingBits = 3;
-
-/// Where the status of an error stands, by the error's kind.
-constexpr std::uint8_t kStatusAtOnce = 14;
-constexpr std::uint8_t kStatusLater = 15;
-
-/// A sub-block names its length in one byte and is a multiple of 4 bytes long.
-constexpr std::uint32_t kLongestPayload = 252 - 2;
-
-/// What an entry of a reply tells, owned until all entries are read.
-struct Detail
-{
-    std::array<std::optional<std::uint8_t>, 4> values;
-    CBStrOwner text;
-    CTaskMemOwner<std::uint8_t> data;
-};
-
-struct Entry
-{
-    std::uint8_t type = 0;
-    Detail detail;
-};
-
-void ReadDetailPart(CMessage& reply, Detail& detail)
-{
-    detail.values[0] = reply.ReadByte();
-    detail.values[1] = reply.ReadByte();
-    detail.values[2] = reply.ReadByte();
-    reply.Skip(1);
-    detail.values[3] = reply.ReadByte();
-    const std::uint8_t textLength = reply.ReadByte();
-    const std::uint8_t dataLength = reply.ReadByte();
-    reply.Skip(1);
-    if (textLength != 0)
-        detail.text.reset(reply.ReadString(textLength));
-    if (dataLength != 0)
-        detail.data.reset(reply.ReadBytes(dataLength));
-}
-
-void ReadParts(CMessage& reply, Detail& detail)
-{
-    const std::uint8_t count = reply.ReadByte();
-    for (std::uint8_t i = 0; i < count; ++i)
-    {
-        const std::uint8_t id = reply.ReadByte();
-        const std::uint8_t padding = reply.ReadByte() & kPaddingBits;
-        // Of the other parts only these two bytes are passed over.
-        if (id != kDetailPart)
-            continue;
-        ReadDetailPart(reply, detail);
-        reply.Skip(padding);
-    }
-}
-
-void ReadEntry(CMessage& reply, Entry& entry)
-{
-    entry.type = reply.ReadByte();
-    reply.Skip(1);
-    if (entry.type == ZEL_SUPPLEMENTARY_ENTRY_VALUE)
-    {
-        entry.detail.values[1] = reply.ReadByte();
-        reply.Skip(1);
-    }
-    else if (entry.type == ZEL_SUPPLEMENTARY_ENTRY_PARTS)
-    {
-        reply.Skip(1);
-        ReadParts(reply, entry.detail);
-    }
-}
-
-std::vector<Entry> ReadEntries(CMessage& reply)
-{
-    std::vector<Entry> entries(reply.ReadByte());
-    for (Entry& entry : entries)
-        ReadEntry(reply, entry);
-    return entries;
-}
-
-/// Moves what was read into a record; the rest of the record stays as it is.
-void Store(Detail& detail, SupplementaryDetail& record)
-{
-    record.value_1 = detail.values[0].value_or(record.value_1);
-    record.value_2 = detail.values[1].value_or(record.value_2);
-    record.value_3 = detail.values[2].value_or(record.value_3);
-    record.value_4 = detail.values[3].value_or(record.value_4);
-    if (detail.text)
-        record.text = detail.text.release();
-    if (detail.data)
-        record.data = detail.data.release();
-}
-
-/// Moves the entries into an array for the caller; null if there are none.
-SupplementaryListEntry* ReleaseEntries(std::vector<Entry>& entries)
-{
-    if (entries.empty())
-        return nullptr;
-    SupplementaryListEntry* array = AllocateRecords<SupplementaryListEntry>(entries.size()).release();
-    for (std::size_t i = 0; i < entries.size(); ++i)
-    {
-        array[i].type = entries[i].type;
-        Store(entries[i].detail, array[i].detail);
-    }
-    return array;
-}
-
-void AppendText(CMessage& message, const SupplementaryText* record)
-{
-    if (!IsReadable(record))
-        ThrowCode(ZEL_E_FAIL);
-    const BSTR text = IsReadable(record->text) ? record->text : nullptr;
-    CSubBlock block = NewBlock(kShortBlock, kText);
-    block.AppendByte(record->length);
-    block.AppendByte(0);
-    block.AppendByte(record->length);
-    block.AppendByte(0);
-    block.AppendStringN(text, static_cast<std::int32_t>(SysStringLen(text)), record->length, false);
-    if (block.GetSize() > kLongestPayload)
-        ThrowCode(ZEL_E_ARGUMENT);
-    block.WriteTo(&message);
-}
 
 std::uint8_t ErrorStatus(CMessage& error)
 {
+    constexpr std::uint8_t kStatusAtOnce = 14;
+    constexpr std::uint8_t kStatusLater = 15;
+
     error.Skip(1);
     if (error.ReadByte() == 0)
         return 0;
@@ -170,139 +49,231 @@ std::uint8_t ErrorStatus(CMessage& error)
     return kind == kStatusAtOnce || kind == kStatusLater ? error.ReadByte() : std::uint8_t{0};
 }
 
-/// Whether a sub-block of an indication is one with a detail.
-bool HasDetail(CSubBlock& block)
+std::uint32_t RefusalResult(CMessage& message)
 {
-    if (block.GetId() != kDetail)
-        return false;
-    block.Skip(1);
-    return block.ReadByte() != 0 && block.ReadByte() == kDetailPart;
+    constexpr std::uint8_t kError = 2;
+    constexpr std::uint8_t kReject = 3;
+
+    switch (message.GetMessageId())
+    {
+    case kError:
+        return StatusResult(message, ErrorStatus(message));
+    case kReject:
+        return StatusResult(message, message.ReadByte());
+    default:
+        return ZEL_OK;
+    }
 }
 
-}  // namespace
+/// The one exchange that there is.
+constexpr Exchange kRequest = {.request = 0, .reply = 1, .answers = {1}, .other = &RefusalResult};
 
-std::uint32_t CSupplementaryServicesHandler::EncodeRequest(CDataSender& sender, std::uint32_t messageId, void* record)
+CMessage Start(const CConversation& phone, std::uint8_t operation, std::uint8_t serviceCode, std::uint16_t value)
 {
-    return ResultOf([&]() -> std::uint32_t {
-        switch (messageId)
-        {
-        case ZEL_SUPPLEMENTARY_QUERY:
-            return Query(sender, RecordOf<SupplementaryRequest>(record));
-        case ZEL_SUPPLEMENTARY_QUERY_43:
-            return SendFixed(sender, kQueryOperation, RecordOf<SupplementaryRequest>(record).service_code);
-        case ZEL_SUPPLEMENTARY_REQUEST:
-            return SendList(sender, RecordOf<SupplementaryListRequest>(record));
-        case ZEL_SUPPLEMENTARY_REQUEST_43: {
-            const auto& request = RecordOf<SupplementaryRequest>(record);
-            return SendFixed(sender, request.operation, request.service_code);
-        }
-        default:
-            return ZEL_NOT_HANDLED;
-        }
-    });
-}
-
-CMessage CSupplementaryServicesHandler::Start(std::uint8_t operation, std::uint8_t serviceCode,
-                                              std::uint16_t value) const
-{
-    CMessage message = Request(kRequest, {kResultReply});
-    message.AppendByte(operation);
-    message.AppendByte(serviceCode);
+    CMessage message = phone.Request(kRequest);
+    message.AppendBytes({operation, serviceCode});
     message.AppendWord(value);
     return message;
 }
 
-bool CSupplementaryServicesHandler::Ask(CDataSender& sender, CMessage& message, std::uint32_t& result) const
+void ReadDetail(CMessage& reply, SupplementaryDetail& detail)
 {
-    if (Exchange(sender, message, kResultReply, result))
-        return true;
-    if (result == ZEL_OK && message.GetMessageId() == kErrorReply)
-        result = StatusResult(ErrorStatus(message));
-    else if (result == ZEL_OK && message.GetMessageId() == kRejectReply)
-        result = StatusResult(message.ReadByte());
-    return false;
+    detail.value_1 = reply.ReadByte();
+    detail.value_2 = reply.ReadByte();
+    detail.value_3 = reply.ReadByte();
+    reply.Skip(1);
+    detail.value_4 = reply.ReadByte();
+    const std::uint8_t textLength = reply.ReadByte();
+    const std::uint8_t dataLength = reply.ReadByte();
+    reply.Skip(1);
+    if (textLength != 0)
+        Replace(detail.text, reply.ReadString(textLength));
+    if (dataLength != 0)
+        Replace(detail.data, reply.ReadBytes(dataLength));
 }
 
-std::uint32_t CSupplementaryServicesHandler::Query(CDataSender& sender, SupplementaryRequest& record) const
+/// Reads the parts of an entry. Whether there is one with a detail among them.
+bool ReadParts(CMessage& reply, SupplementaryDetail& detail)
 {
-    CMessage message = Start(kQueryOperation, record.service_code, record.value);
-    message.AppendWord(0);
+    constexpr std::uint8_t kPaddingBits = 3;
 
-    std::uint32_t result = 0;
-    if (!Ask(sender, message, result))
-        return result;
-    message.Skip(2 + 3);
-    std::vector<Entry> entries = ReadEntries(message);
-    for (std::size_t i = 0; i < entries.size(); ++i)
+    bool found = false;
+    const std::uint8_t count = reply.ReadByte();
+    for (std::uint8_t i = 0; i < count; ++i)
+    {
+        const std::uint8_t id = reply.ReadByte();
+        const std::uint8_t padding = reply.ReadByte() & kPaddingBits;
+        // Of the other parts only these two bytes are passed over.
+        if (id != kDetailPart)
+            continue;
+        ReadDetail(reply, detail);
+        reply.Skip(padding);
+        found = true;
+    }
+    return found;
+}
+
+/// Reads an entry. Whether it tells the whole detail.
+bool ReadEntry(CMessage& reply, SupplementaryListEntry& entry)
+{
+    entry.type = reply.ReadByte();
+    reply.Skip(1);
+    if (entry.type == ZEL_SUPPLEMENTARY_ENTRY_VALUE)
+    {
+        entry.detail.value_2 = reply.ReadByte();
+        reply.Skip(1);
+    }
+    if (entry.type != ZEL_SUPPLEMENTARY_ENTRY_PARTS)
+        return false;
+    reply.Skip(1);
+    return ReadParts(reply, entry.detail);
+}
+
+void FreeEntry(const SupplementaryListEntry& entry)
+{
+    SysFreeString(entry.detail.text);
+    CoTaskMemFree(entry.detail.data);
+}
+using CEntries = CRecordArray<SupplementaryListEntry, &FreeEntry>;
+
+/// Moves what an entry tells into the caller's record; the rest of that stays as it is.
+void TakeDetail(SupplementaryListEntry& entry, bool whole, SupplementaryDetail& record)
+{
+    SupplementaryDetail& told = entry.detail;
+    if (entry.type == ZEL_SUPPLEMENTARY_ENTRY_VALUE)
+        record.value_2 = told.value_2;
+    if (!whole)
+        return;
+    record.value_1 = told.value_1;
+    record.value_2 = told.value_2;
+    record.value_3 = told.value_3;
+    record.value_4 = told.value_4;
+    if (told.text != nullptr)
+        record.text = std::exchange(told.text, nullptr);
+    if (told.data != nullptr)
+        record.data = std::exchange(told.data, nullptr);
+}
+
+constexpr std::uint8_t kQueryOperation = 5;
+
+void Query(CConversation& phone, SupplementaryRequest& record)
+{
+    CMessage message = Start(phone, kQueryOperation, record.service_code, record.value);
+    message.AppendBytes({0, 0});
+
+    phone.Ask(message, kRequest);
+    message.Skip(5);
+    // The caller's records change when nothing can fail any more.
+    CEntries entries(message.ReadByte());
+    std::array<bool, ZEL_SUPPLEMENTARY_ENTRIES> whole = {};
+    for (std::size_t i = 0; i < entries.Count(); ++i)
+        whole[i] = ReadEntry(message, entries[i]);
+    for (std::size_t i = 0; i < entries.Count(); ++i)
     {
         record.entries[i].type = entries[i].type;
         if (IsReadable(record.entries[i].detail))
-            Store(entries[i].detail, *record.entries[i].detail);
+            TakeDetail(entries[i], whole[i], *record.entries[i].detail);
     }
-    return ZEL_OK;
 }
 
-std::uint32_t CSupplementaryServicesHandler::SendFixed(CDataSender& sender, std::uint8_t operation,
-                                                       std::uint8_t serviceCode) const
+void SendFixed(const CConversation& phone, std::uint8_t operation, std::uint8_t serviceCode)
 {
-    CMessage message = Start(operation, serviceCode, kFixedValue);
-    message.AppendWord(0);
+    constexpr std::uint16_t kFixedValue = 43;
 
-    std::uint32_t result = 0;
-    Ask(sender, message, result);
-    return result;
+    CMessage message = Start(phone, operation, serviceCode, kFixedValue);
+    message.AppendBytes({0, 0});
+    phone.Ask(message, kRequest);
 }
 
-std::uint32_t CSupplementaryServicesHandler::SendList(CDataSender& sender, SupplementaryListRequest& record) const
+void QueryFixed(CConversation& phone, const SupplementaryRequest& record)
 {
-    CMessage message = Start(record.operation, record.service_code, record.value);
+    SendFixed(phone, kQueryOperation, record.service_code);
+}
+
+void RequestFixed(CConversation& phone, const SupplementaryRequest& record)
+{
+    SendFixed(phone, record.operation, record.service_code);
+}
+
+void AppendTextBlock(CMessage& message, const SupplementaryText& record)
+{
+    constexpr std::uint16_t kText = 0;
+
+    CSubBlock block = NewBlock(kShortBlock, kText);
+    block.AppendBytes({record.length, 0, record.length, 0});
+    AppendText(block, TextOf(record.text).substr(0, record.length));
+    AppendFitting(message, block);
+}
+
+void RequestList(CConversation& phone, SupplementaryListRequest& record)
+{
+    constexpr std::uint8_t kOperation4 = 4;
+
+    CMessage message = Start(phone, record.operation, record.service_code, record.value);
     message.AppendByte(0);
     if (record.operation == kOperation4)
         message.AppendByte(0);
     if (record.operation == ZEL_SUPPLEMENTARY_OPERATION_TEXT)
     {
         message.AppendByte(1);
-        AppendText(message, record.list.text);
+        AppendTextBlock(message, Required(record.list.text));
     }
 
-    std::uint32_t result = 0;
-    if (!Ask(sender, message, result))
-        return result;
+    phone.Ask(message, kRequest);
     const std::uint8_t operation = message.ReadByte();
     message.Skip(1);
     const std::uint16_t value = message.ReadWord();
     message.Skip(1);
-    std::vector<Entry> entries = ReadEntries(message);
-    record.list.entries = ReleaseEntries(entries);
+    const std::uint8_t count = message.ReadByte();
+    CEntries entries(count);
+    for (SupplementaryListEntry& entry : entries)
+        ReadEntry(message, entry);
     record.operation = operation;
     record.value = value;
-    record.count = static_cast<std::uint8_t>(entries.size());
-    return ZEL_OK;
+    record.count = count;
+    record.list.entries = entries.Release();
 }
 
-std::uint32_t CSupplementaryServicesHandler::DecodeMessage(CMessage& message, std::uint32_t& messageId, void*& record)
+/// Whether a sub-block of an indication is one with a detail.
+bool HasDetail(CSubBlock& block)
 {
-    return ResultOf([&]() -> std::uint32_t {
-        if (message.GetMessageId() == kIgnoredIndication)
-            return ZEL_OK;
-        if (message.GetMessageId() != kIndication)
-            return ZEL_NOT_HANDLED;
-        auto indication = AllocateRecords<SupplementaryIndication>();
-        indication->first = message.ReadByte();
-        message.Skip(1);
-        indication->second = message.ReadWord();
-        if (message.ReadByte() != 0)
-        {
-            CSubBlock block = NewBlock(kShortBlock);
-            // An unreadable one reads as zeros; its id is kept all the same.
-            block.ReadFrom(&message);
-            indication->block_id = static_cast<std::uint8_t>(block.GetId());
-            // The record has no room for a detail, so such an indication fails.
-            if (HasDetail(block))
-                return ZEL_E_FAIL;
-        }
-        messageId = ZEL_SUPPLEMENTARY_INDICATION;
-        record = indication.release();
-        return ZEL_OK;
-    });
+    constexpr std::uint16_t kDetailBlock = 4;
+
+    if (block.GetId() != kDetailBlock)
+        return false;
+    block.Skip(1);
+    return block.ReadByte() != 0 && block.ReadByte() == kDetailPart;
+}
+
+CTaskMemOwner<SupplementaryIndication> ReadIndication(CMessage& message)
+{
+    auto indication = AllocateRecords<SupplementaryIndication>();
+    indication->first = message.ReadByte();
+    message.Skip(1);
+    indication->second = message.ReadWord();
+    if (message.ReadByte() == 0)
+        return indication;
+    CSubBlock block = NewBlock(kShortBlock);
+    // An unreadable one reads as zeros; its id is kept all the same.
+    block.ReadFrom(&message);
+    indication->block_id = static_cast<std::uint8_t>(block.GetId());
+    // The record has no room for a detail, so such an indication fails.
+    if (HasDetail(block))
+        ThrowCode(ZEL_E_FAIL);
+    return indication;
+}
+
+/// Handles a message that brings nothing to deliver.
+void* Ignore(CMessage&)
+{
+    ThrowCode(ZEL_OK);
+}
+
+}  // namespace
+
+CSupplementaryServicesHandler::CSupplementaryServicesHandler() : CContentHandler(kOperations, kIndications) {}
+
+std::uint32_t CSupplementaryServicesHandler::FreeDecodedData(std::uint32_t, void*)
+{
+    return ZEL_E_FAIL;
 }

@@ -1,43 +1,27 @@
 #include "handlers/UserProfilesHandler.h"
 
 #include "handlers/base/Blocks.h"
+#include "handlers/base/CallersData.h"
 #include "handlers/base/RecordArray.h"
+#include "zelapi/profiles.h"
 
 namespace
 {
 
-enum MessageId : std::uint8_t
-{
-    kReadSettingsRequest = 0x01,
-    kReadSettingsReply = 0x02,
-    kWriteSettingsRequest = 0x03,
-    kWriteSettingsReply = 0x04,
-    kReadBytesRequest = 0x05,
-    kReadBytesReply = 0x06,
-    kWriteBytesRequest = 0x07,
-    kWriteBytesReply = 0x08,
-    kOperationRequest = 0x09,
-    kOperationReply = 0x0A,
+void ReadSettings(CConversation& phone, ProfileRecord& record);
+void WriteSettings(CConversation& phone, const ProfileRecord& record);
+void RunOperation(CConversation& phone);
+void ReadBytes(CConversation& phone, void* record);
+void WriteBytes(CConversation& phone, const ProfileRecord& record);
+
+constexpr Operation kOperations[] = {
+    {ZEL_PROFILES_READ_SETTINGS, Serve<ReadSettings>}, {ZEL_PROFILES_WRITE_SETTINGS, Serve<WriteSettings>},
+    {ZEL_PROFILES_OPERATION, Serve<RunOperation>},     {ZEL_PROFILES_READ_BYTES, Serve<ReadBytes>},
+    {ZEL_PROFILES_WRITE_BYTES, Serve<WriteBytes>},
 };
 
-enum SubBlockId : std::uint16_t
-{
-    kSettingToRead = 1,
-    kSettingRead = 2,
-    kSettingToWrite = 3,
-    kSettingWritten = 4,
-};
-
+/// The status of success. 0 is no failure either.
 constexpr std::uint8_t kDone = 1;
-constexpr UINT kLongestTextBytes = 33;
-constexpr std::uint8_t kTerminatorBytes = 2;
-
-/// An array in the caller's record must be there as soon as it has elements.
-void CheckArray(const void* array, std::uint8_t count)
-{
-    if (count != 0 && !IsReadable(array))
-        ThrowCode(ZEL_E_FAIL);
-}
 
 bool HoldsText(const ProfileSetting& setting)
 {
@@ -49,8 +33,6 @@ void FreeText(const ProfileSetting& setting)
     if (HoldsText(setting))
         SysFreeString(setting.value.text);
 }
-
-using CSettings = CRecordArray<ProfileSetting, FreeText>;
 
 void ReadValue(CSubBlock& block, ProfileSetting& setting)
 {
@@ -77,27 +59,57 @@ void ReadSetting(CSubBlock& block, ProfileSetting& setting)
     ReadValue(block, setting);
 }
 
-void AppendText(CSubBlock& block, ProfileSetting& setting)
+constexpr Exchange kReadSettings = {.request = 0x01, .reply = 0x02};
+
+void ReadSettings(CConversation& phone, ProfileRecord& record)
 {
+    constexpr std::uint16_t kWanted = 1;
+    constexpr std::uint16_t kSetting = 2;
+
+    CMessage message = phone.Request(kReadSettings);
+    message.AppendBytes({record.p0, record.p2});
+    for (const std::uint8_t id : ElementsOf(record.in.setting_ids, record.p2))
+    {
+        CSubBlock block = NewBlock(kShortBlock, kWanted);
+        block.AppendBytes({record.p1, id});
+        block.WriteTo(&message);
+    }
+
+    phone.Ask(message, kReadSettings);
+    message.Skip(1);
+    const std::uint8_t count = message.ReadByte();
+    CRecordArray<ProfileSetting, &FreeText> settings(count);
+    ForEachBlock(message, count, kShortBlock, [&](CSubBlock& block, std::uint32_t index) {
+        if (block.GetId() == kSetting)
+            ReadSetting(block, settings[index]);
+    });
+    record.count = count;
+    record.settings = settings.Release();
+}
+
+void AppendTextValue(CSubBlock& block, ProfileSetting& setting)
+{
+    constexpr UINT kLongestBytes = 33;
+    constexpr std::uint8_t kTerminatorBytes = 2;
+
     const BSTR text = IsReadable(setting.value.text) ? setting.value.text : nullptr;
     const UINT bytes = SysStringByteLen(text);
     setting.type = static_cast<std::uint8_t>(bytes);
-    if (bytes > kLongestTextBytes)
+    if (bytes > kLongestBytes)
         ThrowCode(ZEL_PROFILES_TEXT_TOO_LONG);
     block.AppendByte(static_cast<std::uint8_t>(bytes + kTerminatorBytes));
-    const auto units = static_cast<std::int32_t>(SysStringLen(text));
-    block.AppendStringN(text, units, units, true);
+    AppendText(block, TextOf(text));
+    block.AppendWord(0);
 }
 
 void AppendValue(CSubBlock& block, ProfileSetting& setting)
 {
     if (HoldsText(setting))
-        return AppendText(block, setting);
+        return AppendTextValue(block, setting);
     switch (setting.type)
     {
     case ZEL_PROFILES_TYPE_U8:
-        block.AppendByte(ZEL_PROFILES_TYPE_U8);
-        block.AppendByte(setting.value.u8);
+        block.AppendBytes({ZEL_PROFILES_TYPE_U8, setting.value.u8});
         break;
     case ZEL_PROFILES_TYPE_U16:
         block.AppendByte(ZEL_PROFILES_TYPE_U16);
@@ -113,148 +125,77 @@ void AppendValue(CSubBlock& block, ProfileSetting& setting)
     }
 }
 
-void AppendSetting(CMessage& message, ProfileSetting& setting)
-{
-    CSubBlock block = NewBlock(kShortBlock, kSettingToWrite);
-    block.AppendByte(setting.setting_id);
-    block.AppendByte(setting.profile);
-    block.AppendByte(setting.second);
-    block.AppendWord(0);
-    AppendValue(block, setting);
-    block.WriteTo(&message);
-}
+constexpr Exchange kWriteSettings = {.request = 0x03, .reply = 0x04};
 
-/// Stores the answers for written settings in the caller's array.
-void ReadWritten(CMessage& reply, ProfileSetting* settings, std::uint8_t count)
+void WriteSettings(CConversation& phone, const ProfileRecord& record)
 {
-    std::uint8_t next = 0;
-    ForEachBlock(reply, reply.ReadByte(), kShortBlock, [&](CSubBlock& block, std::uint32_t) {
-        if (block.GetId() != kSettingWritten || next >= count)
-            return;
-        ProfileSetting& setting = settings[next++];
-        setting.setting_id = block.ReadByte();
-        setting.profile = block.ReadByte();
-        setting.status = block.ReadByte();
-    });
-}
+    constexpr std::uint16_t kSetting = 3;
+    constexpr std::uint16_t kAnswer = 4;
 
-}  // namespace
-
-std::uint32_t CUserProfilesHandler::EncodeRequest(CDataSender& sender, std::uint32_t messageId, void* record)
-{
-    return ResultOf([&]() -> std::uint32_t {
-        switch (messageId)
-        {
-        case ZEL_PROFILES_READ_SETTINGS:
-            return ReadSettings(sender, RecordOf<ProfileRecord>(record));
-        case ZEL_PROFILES_WRITE_SETTINGS:
-            return WriteSettings(sender, RecordOf<ProfileRecord>(record));
-        case ZEL_PROFILES_OPERATION:
-            return Operation(sender);
-        case ZEL_PROFILES_READ_BYTES:
-            return ReadBytes(sender, record);
-        case ZEL_PROFILES_WRITE_BYTES:
-            return WriteBytes(sender, RecordOf<ProfileRecord>(record));
-        default:
-            return ZEL_NOT_HANDLED;
-        }
-    });
-}
-
-std::uint32_t CUserProfilesHandler::ProfileResult(std::uint8_t status) const
-{
-    return status == kDone ? ZEL_OK : StatusResult(status);
-}
-
-std::uint32_t CUserProfilesHandler::ReadSettings(CDataSender& sender, ProfileRecord& record) const
-{
-    CheckArray(record.in.setting_ids, record.p2);
-    CMessage message = Request(kReadSettingsRequest);
-    message.AppendByte(record.p0);
-    message.AppendByte(record.p2);
-    for (std::uint8_t i = 0; i < record.p2; ++i)
+    const auto settings = ElementsOf(record.in.settings, record.p0);
+    CMessage message = phone.Request(kWriteSettings);
+    message.AppendBytes({1, record.p0});
+    for (ProfileSetting& setting : settings)
     {
-        CSubBlock block = NewBlock(kShortBlock, kSettingToRead);
-        block.AppendByte(record.p1);
-        block.AppendByte(record.in.setting_ids[i]);
+        CSubBlock block = NewBlock(kShortBlock, kSetting);
+        block.AppendBytes({setting.setting_id, setting.profile, setting.second, 0, 0});
+        AppendValue(block, setting);
         block.WriteTo(&message);
     }
 
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kReadSettingsReply, result))
-        return result;
+    phone.Ask(message, kWriteSettings);
     message.Skip(1);
-    const std::uint8_t count = message.ReadByte();
-    CSettings settings(count);
-    ForEachBlock(message, count, kShortBlock, [&](CSubBlock& block, std::uint32_t index) {
-        if (block.GetId() == kSettingRead)
-            ReadSetting(block, settings[index]);
+    auto next = settings.begin();
+    ForEachBlock(message, message.ReadByte(), kShortBlock, [&](CSubBlock& block, std::uint32_t) {
+        if (block.GetId() != kAnswer || next == settings.end())
+            return;
+        next->setting_id = block.ReadByte();
+        next->profile = block.ReadByte();
+        next->status = block.ReadByte();
+        ++next;
     });
-    record.count = count;
-    record.settings = settings.Release();
-    return ZEL_OK;
 }
 
-std::uint32_t CUserProfilesHandler::WriteSettings(CDataSender& sender, ProfileRecord& record) const
-{
-    CheckArray(record.in.settings, record.p0);
-    CMessage message = Request(kWriteSettingsRequest);
-    message.AppendByte(1);
-    message.AppendByte(record.p0);
-    for (std::uint8_t i = 0; i < record.p0; ++i)
-        AppendSetting(message, record.in.settings[i]);
+constexpr Exchange kOperation = {.request = 0x09, .reply = 0x0A};
 
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kWriteSettingsReply, result))
-        return result;
-    message.Skip(1);
-    ReadWritten(message, record.in.settings, record.p0);
-    return ZEL_OK;
-}
-
-std::uint32_t CUserProfilesHandler::Operation(CDataSender& sender) const
+void RunOperation(CConversation& phone)
 {
-    CMessage message = Request(kOperationRequest);
+    CMessage message = phone.Request(kOperation);
     message.AppendWord(0);
 
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kOperationReply, result))
-        return result;
-    return ProfileResult(message.ReadByte());
+    phone.Ask(message, kOperation);
+    phone.RequireStatus(message, {kDone});
 }
 
-std::uint32_t CUserProfilesHandler::ReadBytes(CDataSender& sender, void* record) const
+constexpr Exchange kReadBytes = {.request = 0x05, .reply = 0x06};
+
+void ReadBytes(CConversation& phone, void* record)
 {
-    CMessage message = Request(kReadBytesRequest);
+    CMessage message = phone.Request(kReadBytes);
     message.AppendWord(0);
 
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kReadBytesReply, result))
-        return result;
-    const std::uint8_t status = message.ReadByte();
-    if (status != kDone)
-        return StatusResult(status);
+    phone.Ask(message, kReadBytes);
+    phone.RequireStatus(message, {kDone});
     if (!IsReadable(record))
-        return ZEL_E_FAIL;
+        ThrowCode(ZEL_E_FAIL);
     auto& profile = *static_cast<ProfileRecord*>(record);
     profile.p0 = message.ReadByte();
     profile.p1 = message.ReadByte();
     profile.p2 = message.ReadByte();
     profile.p3 = message.ReadByte();
-    return ZEL_OK;
 }
 
-std::uint32_t CUserProfilesHandler::WriteBytes(CDataSender& sender, const ProfileRecord& record) const
+constexpr Exchange kWriteBytes = {.request = 0x07, .reply = 0x08};
+
+void WriteBytes(CConversation& phone, const ProfileRecord& record)
 {
-    CMessage message = Request(kWriteBytesRequest);
-    message.AppendByte(record.p0);
-    message.AppendByte(record.p1);
-    message.AppendByte(record.p2);
-    message.AppendByte(record.p3);
-    message.AppendWord(0);
+    CMessage message = phone.Request(kWriteBytes);
+    message.AppendBytes({record.p0, record.p1, record.p2, record.p3, 0, 0});
 
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kWriteBytesReply, result))
-        return result;
-    return ProfileResult(message.ReadByte());
+    phone.Ask(message, kWriteBytes);
+    phone.RequireStatus(message, {kDone});
 }
+
+}  // namespace
+
+CUserProfilesHandler::CUserProfilesHandler() : CContentHandler(kOperations) {}

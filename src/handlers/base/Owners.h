@@ -4,6 +4,7 @@
 #include "message/Platform.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <type_traits>
@@ -40,4 +41,16 @@ CTaskMemOwner<Record> AllocateRecords(std::size_t count = 1)
         throw CAtlException(E_OUTOFMEMORY);
     std::memset(block, 0, size);
     return CTaskMemOwner<Record>(static_cast<Record*>(block));
+}
+
+/// Puts a text or a block into a record in the place of an earlier one, which is freed.
+inline void Replace(BSTR& text, BSTR newText)
+{
+    SysFreeString(text);
+    text = newText;
+}
+inline void Replace(std::uint8_t*& block, std::uint8_t* newBlock)
+{
+    CoTaskMemFree(block);
+    block = newBlock;
 }

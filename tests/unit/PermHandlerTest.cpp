@@ -1,8 +1,9 @@
 #include "handlers/PermHandler.h"
 
 #include "support/HandlerFixture.h"
+#include "support/RecordShapes.h"
+#include "zelapi/permissions.h"
 
-#include <iterator>
 #include <optional>
 #include <tuple>
 
@@ -63,15 +64,8 @@ class PermHandler : public HandlerFixture<CPermHandler, 0x23>
             m_chunks.emplace_back(chunk.bytes, chunk.bytes + chunk.length);
             offset += chunk.length;
         }
-        Free(record);
+        FreeReceived(ZEL_PERMISSIONS_READ, &record);
         return result;
-    }
-
-    static void Free(const PermissionRecord& record)
-    {
-        for (std::uint32_t i = 0; i < record.count; ++i)
-            CoTaskMemFree(record.chunks[i].bytes);
-        CoTaskMemFree(record.chunks);
     }
 
     /// The array that a record holds before a request; nobody frees it.
@@ -83,11 +77,9 @@ TEST_F(PermHandler, ReadsTheSizes)
 {
     // Status, one sub-block: the size's id and length, two bytes passed over, the size.
     const Bytes reply = {0, 1, 6, 8, 9, 9, 0x12, 0x34, 0x56, 0x78};
-    // Zeros stand where something is missing behind the id; a sub-block without a length takes what there is.
-    const std::uint32_t sizes[] = {0, 0, 0, 0, 0x12000000, 0x12340000, 0x12345600, 0x12345678};
     for (const auto& [messageId, requestId, body] :
-         {std::tuple<std::uint32_t, std::uint8_t, Bytes>{0x2301, 12, {0x12, 0x34, 0, 0, 0, 0}},
-          {0x2304, 16, {0x12, 0x34}}})
+         {std::tuple<std::uint32_t, std::uint8_t, Bytes>{ZEL_PERMISSIONS_SIZE, 12, {0x12, 0x34, 0, 0, 0, 0}},
+          {ZEL_PERMISSIONS_SECOND_SIZE, 16, {0x12, 0x34}}})
     {
         SCOPED_TRACE(messageId);
         const auto replyId = static_cast<std::uint8_t>(requestId + 1);
@@ -95,29 +87,28 @@ TEST_F(PermHandler, ReadsTheSizes)
         ExpectUnanswered(messageId, before);
         ExpectOutcomes(messageId, before,
                        {{replyId, {}, ZEL_E_FAIL},
-                        {replyId, {0, 1}, ZEL_E_FAIL},
                         {replyId, {0x21, 1, 6, 8, 0, 0, 0, 0, 0, 5}, 0x2321},
                         {replyId, {0xFF}, 0x23FF},
                         {replyId, {0, 0, 6, 8, 0, 0, 0, 0, 0, 5}, ZEL_E_FAIL},
                         {replyId, {0, 2, 6, 8, 0, 0, 0, 0, 0, 5}, ZEL_E_FAIL},
                         {replyId, {0, 1, 5, 8, 0, 0, 0, 0, 0, 5}, ZEL_E_FAIL},
                         {replyId, {0, 1, 6, 2, 0, 0, 0, 0, 0, 5}, ZEL_E_FAIL}});
-        for (std::size_t length = 3; length <= reply.size(); ++length)
-        {
-            PermissionRecord record = before;
-            const Bytes part(reply.begin(), reply.begin() + static_cast<std::ptrdiff_t>(length));
-            EXPECT_EQ(Ask(messageId, &record, replyId, part), ZEL_OK);
-            EXPECT_EQ(std::tuple(record.size, record.count, record.chunks),
-                      std::tuple(sizes[length - 3], 3u, &m_earlier));
-        }
+        PermissionRecord record = before;
+        EXPECT_EQ(Ask(messageId, &record, replyId, reply), ZEL_OK);
+        EXPECT_EQ(std::tuple(record.size, record.count, record.chunks), std::tuple(0x12345678u, 3u, &m_earlier));
         EXPECT_TRUE(Sent(requestId, body, {replyId}));
+        Survives(messageId, &before, replyId, reply, {ZEL_E_FAIL});
     }
 }
 
 TEST_F(PermHandler, AsksForEachChunkOnce)
 {
     const std::pair<std::uint32_t, std::vector<std::uint16_t>> cases[] = {
-        {1, {1}}, {1023, {1023}}, {1024, {1024}}, {1025, {1024, 1}}, {2049, {1024, 1024, 1}}};
+        {1, {1}},
+        {1023, {1023}},
+        {1024, {1024}},
+        {1025, {1024, 1}},
+        {70000, std::vector<std::uint16_t>(68, 1024) + std::vector<std::uint16_t>{368}}};
     for (const auto& [size, lengths] : cases)
     {
         SCOPED_TRACE(size);
@@ -143,51 +134,36 @@ const Answer kPadded = {0, 5, ChunkReply({1, 2}, 0xFFFF), Filled({1, 2}, 0xFFFF)
 const Answer kOther = {0, 0x7F, ChunkReply({1, 2, 3})};
 const Answer kRefused = {0, 5, {0x42, 1, 0, 0, 0, 0, 0, 0, 0, 16, 0, 0, 0, 4, 1, 2, 3, 4}};
 const Answer kUnsent = {0x80040155, 0, {}};
-const Answer kTwoBlocks = {0, 5, {0, 2, 0, 0, 0, 0, 0, 0, 0, 16, 0, 0, 0, 4, 1, 2, 3, 4}};
-const Answer kOtherBlock = {0, 5, {0, 1, 1, 0, 0, 0, 0, 0, 0, 16, 0, 0, 0, 4, 1, 2, 3, 4}};
-const Answer kNoPayload = {0, 5, {0, 1, 0, 0, 0, 0, 0, 0, 0, 8}};
-const Answer kNothing = {0, 5, {}};
-const Answer kMoreThanABlock = {0, 5, ChunkReply({1, 2}, 0x10000)};
-const Answer kFourGigabytes = {0, 5, ChunkReply({1, 2}, 0xFFFFFFFF)};
 
 TEST_F(PermHandler, GoesOnAfterABadChunk)
 {
-    const std::pair<std::vector<Answer>, std::uint32_t> cases[] = {
-        {{kGood, kEmpty, kGood}, ZEL_OK},
-        {{kLong, kGood, kGood}, ZEL_OK},
-        {{kPadded, kPadded, kGood}, ZEL_OK},
-        {{kGood, kOther, kGood}, ZEL_OK},
-        {{kGood, kGood, kOther}, ZEL_OK},
-        {{kRefused, kUnsent, kGood}, ZEL_OK},
-        {{kTwoBlocks, kNothing, kGood}, ZEL_OK},
-        {{kMoreThanABlock, kFourGigabytes, kGood}, ZEL_OK},
-        {{kGood, kGood, kRefused}, 0x2342},
-        {{kGood, kGood, kUnsent}, 0x80040155},
-        {{kUnsent, kRefused, kTwoBlocks}, ZEL_E_FAIL},
-        {{kGood, kGood, kOtherBlock}, ZEL_E_FAIL},
-        {{kGood, kGood, kNoPayload}, ZEL_E_FAIL},
-        {{kGood, kGood, kNothing}, ZEL_E_FAIL},
-        {{kGood, kGood, kFourGigabytes}, ZEL_E_FAIL},
+    const std::vector<std::uint16_t> lengths = {1024, 1024, 1};
+    std::vector<std::pair<std::vector<Answer>, std::uint32_t>> cases = {
+        {{kGood, kEmpty, kGood}, ZEL_OK},   {{kLong, kGood, kGood}, ZEL_OK},       {{kPadded, kPadded, kGood}, ZEL_OK},
+        {{kGood, kOther, kGood}, ZEL_OK},   {{kGood, kGood, kOther}, ZEL_OK},      {{kRefused, kUnsent, kGood}, ZEL_OK},
+        {{kGood, kGood, kRefused}, 0x2342}, {{kGood, kGood, kUnsent}, 0x80040155},
     };
+    for (const Bytes& malformed : {Bytes{},
+                                   {0, 2, 0, 0, 0, 0, 0, 0, 0, 16, 0, 0, 0, 4, 1, 2, 3, 4},  // two sub-blocks
+                                   {0, 1, 1, 0, 0, 0, 0, 0, 0, 16, 0, 0, 0, 4, 1, 2, 3, 4},  // another one
+                                   {0, 1, 0, 0, 0, 0, 0, 0, 0, 8},                           // an empty one
+                                   ChunkReply({1, 2}, 0x10000),
+                                   ChunkReply({1, 2}, 0xFFFFFFFF)})
+    {
+        cases.push_back({{{0, 5, malformed}, kUnsent, kGood}, ZEL_OK});
+        cases.push_back({{kRefused, kGood, {0, 5, malformed}}, ZEL_E_FAIL});
+    }
     for (const auto& [answers, result] : cases)
     {
         SCOPED_TRACE(Hex(answers.back().body));
-        EXPECT_EQ(Read(2049, {1024, 1024, 1}, answers), result);
+        EXPECT_EQ(Read(2049, lengths, answers), result);
         EXPECT_EQ(m_phone.Requests().size(), 3u);
         ASSERT_EQ(m_chunks.size(), result == ZEL_OK ? 3u : 0u);
         for (std::size_t i = 0; i < m_chunks.size(); ++i)
             EXPECT_TRUE(SameBytes(answers[i].chunk, m_chunks[i]));
     }
-    // A truncated chunk is filled with zeros. Its length ends with byte 13.
-    for (const Bytes& part : Truncations(ChunkReply({1, 2, 3, 4})))
-    {
-        EXPECT_EQ(Read(4, {4}, {{0, 5, part}}), part.size() < 2 ? ZEL_E_FAIL : ZEL_OK) << part.size();
-        if (part.size() >= 2)
-        {
-            EXPECT_EQ(m_chunks[0], part.size() < 14 ? Bytes() : Filled({part.begin() + 14, part.end()}, 4));
-        }
-    }
-    FailEachAllocation([&] { return Read(2049, {1024, 1024, 1}, {kGood, kGood, kGood}); });
+    const PermissionRecord record = {1, 0x1234, 2049, 7, &m_earlier};
+    Survives(ZEL_PERMISSIONS_READ, &record, {{5, kGood.body}, {5, kGood.body}, {5, kPadded.body}}, {ZEL_E_FAIL});
 }
 
 TEST_F(PermHandler, WritesChunksUntilOneFails)
@@ -217,52 +193,19 @@ TEST_F(PermHandler, WritesChunksUntilOneFails)
 
 TEST_F(PermHandler, RefusesBadRecords)
 {
-    ExpectRefused(0x2302, PermissionRecord{1, 2, 0, 3, &m_earlier}, ZEL_E_ARGUMENT);
-    ExpectRefused(0x2303, PermissionRecord{1, 2, 3, 0, &m_earlier}, ZEL_E_ARGUMENT);
+    ExpectRefused(ZEL_PERMISSIONS_READ, PermissionRecord{1, 2, 0, 3, &m_earlier}, ZEL_E_ARGUMENT);
+    ExpectRefused(ZEL_PERMISSIONS_WRITE, PermissionRecord{1, 2, 3, 0, &m_earlier}, ZEL_E_ARGUMENT);
+    std::uint8_t byte = 0;
     for (void* bad : {static_cast<void*>(nullptr), kUnreadable})
     {
-        PermissionChunk chunk = {0, 0, 1, static_cast<std::uint8_t*>(bad)};
-        PermissionRecord record = {1, 2, 3, 1, static_cast<PermissionChunk*>(bad)};
-        ExpectRefused(0x2303, record, ZEL_E_ARGUMENT);
-        record.chunks = &chunk;
-        ExpectRefused(0x2303, record, ZEL_E_FAIL);
+        PermissionChunk chunks[] = {{0, 0, 1, &byte}, {0, 0, 1, static_cast<std::uint8_t*>(bad)}};
+        for (PermissionChunk* array : {static_cast<PermissionChunk*>(bad), chunks})
+            ExpectRefused(ZEL_PERMISSIONS_WRITE, PermissionRecord{1, 2, 3, 2, array}, ZEL_E_ARGUMENT);
     }
-    for (const std::uint32_t messageId : {0x2301u, 0x2302u, 0x2303u, 0x2304u})
-        ExpectBadRecordsRefused(m_handler, messageId);
-    ExpectNotHandled({0x2300, 0x2305});
+    for (std::uint32_t id = ZEL_PERMISSIONS_SIZE; id <= ZEL_PERMISSIONS_SECOND_SIZE; ++id)
+        ExpectBadRecordsRefused(m_handler, id);
+    ExpectNotHandled({ZEL_PERMISSIONS_SIZE - 1, ZEL_PERMISSIONS_SECOND_SIZE + 1});
     ExpectNoIndications(ZEL_PERMISSIONS_SIZE);
-}
-
-/// Counts what is alive: the array, and the chunks that have been read, in the end 8192.
-class CountingPhone : public FakeSender
-{
-  public:
-    std::uint32_t Send(CMessage& message, std::uint32_t timeoutMs) override
-    {
-        const bool reads = message.GetMessageId() == 4;
-        EXPECT_EQ(host::LiveAllocations(), m_before + (reads ? 1 + Requests().size() : 8193));
-        return FakeSender::Send(message, timeoutMs);
-    }
-
-  private:
-    const std::size_t m_before = host::LiveAllocations();
-};
-
-TEST_F(PermHandler, ReadsAndWritesEightMegabytes)
-{
-    CountingPhone phone;
-    std::vector<Bytes> chunks;
-    for (std::size_t i = 0; i < 8192; ++i)
-        phone.Reply(5, ChunkReply(chunks.emplace_back(Join({Dword(i), Bytes(1020, static_cast<std::uint8_t>(i))}))));
-    PermissionRecord record = {0, 1, 8u << 20, 0, nullptr};
-    EXPECT_EQ(m_handler.EncodeRequest(phone, ZEL_PERMISSIONS_READ, &record), ZEL_OK);
-    ASSERT_EQ(record.count, 8192u);
-    for (std::size_t i = 0; i < chunks.size(); ++i)
-        phone.Reply(3, {0});
-    EXPECT_EQ(m_handler.EncodeRequest(phone, ZEL_PERMISSIONS_WRITE, &record), ZEL_OK);
-    for (std::size_t i = 0; i < chunks.size(); ++i)
-        ASSERT_TRUE(SameBytes(Join({{0, 1, 0, 0, 0, 0, 0, 0, 4, 0}, chunks[i]}), phone.Requests()[8192 + i].body));
-    Free(record);
 }
 
 }  // namespace

@@ -1,17 +1,14 @@
 #include "handlers/ProvisioningHandler.h"
 
 #include "support/HandlerFixture.h"
-#include "support/ReceivedRecords.h"
+#include "support/RecordShapes.h"
 #include "support/Text.h"
+#include "zelapi/provisioning.h"
 
 namespace
 {
 
-struct Message
-{
-    std::uint8_t id;
-    Bytes body;
-};
+using Message = Reply;
 
 const Bytes kListReply = {
     1,    9,    9,    9,   9,   3,              // done; passed over; three sets
@@ -124,10 +121,10 @@ TEST_F(ProvisioningHandler, ReadsSetsWithTheirContents)
     EXPECT_EQ(std::u16string(UnitsOf(set.name->name).c_str()), u"N\u00E9");
     EXPECT_EQ(set.content, nullptr);
     EXPECT_EQ(std::tuple(m_list.sets[2].number, m_list.sets[2].content_size), std::tuple(0, 0u));
-    FreeReceived(m_list);
+    FreeReceived(ZEL_PROVISIONING_READ_ALL, &m_list);
     FailEachAllocation([&] {
         const std::uint32_t result = Read(kReadReplies);
-        FreeReceived(m_list);
+        FreeReceived(ZEL_PROVISIONING_READ_ALL, &m_list);
         return result;
     });
 }
@@ -150,7 +147,7 @@ TEST_F(ProvisioningHandler, OnlyAnEmptyFirstReplyEndsARead)
         EXPECT_EQ(m_list.sets[0].content, nullptr);
         EXPECT_EQ(m_list.sets[1].content_size, 2u);
         EXPECT_EQ(m_list.value_16, 0x55);
-        FreeReceived(m_list);
+        FreeReceived(ZEL_PROVISIONING_READ_ALL, &m_list);
     }
 }
 
@@ -177,9 +174,11 @@ TEST_F(ProvisioningHandler, AFailureAnywhereIsTheResult)
 
 TEST_F(ProvisioningHandler, BelievesNoCountAndNoLength)
 {
-    std::vector<Bytes> replies = Truncations(kListReply);
+    const Message nothing = {81, {0}};
+    m_phone = PhoneWith({});
+    Survives(ZEL_PROVISIONING_READ_ALL, &m_list, {{81, kListReply}, nothing, nothing, nothing, {81, kSummaryReply}});
+    std::vector<Bytes> replies;
     const Bytes hostile[] = {
-        {3, 8, 0, 0, 12, 1, 0, 0, 0, 0, 0, 0, 0, 8, 0, 0, 4},                                // more sets than blocks
         {1, 8, 0, 0, 12, 1, 0, 0, 0, 0, 0, 0, 255, 8, 0, 0, 4},                              // more details than blocks
         {1, 8, 0, 0, 12, 1, 255, 255, 0, 0, 1, 0, 9},                                        // names beyond the block
         {1, 8, 0, 0, 24, 1, 0, 0, 0, 0, 0, 0, 1, 19, 0, 0, 12, 0, 0, 0, 0, 255, 1, 255, 0},  // access, too
@@ -193,9 +192,9 @@ TEST_F(ProvisioningHandler, BelievesNoCountAndNoLength)
     for (const Bytes& reply : replies)
     {
         SCOPED_TRACE(Hex(reply));
-        EXPECT_EQ(Read({{81, reply}, {81, {0}}, {81, {0}}, {81, {0}}, {81, {0}}}), ZEL_OK);
-        EXPECT_EQ(m_list.count, reply.size() < 6 ? 0 : reply[5]);
-        FreeReceived(m_list);
+        EXPECT_EQ(Read({{81, reply}, nothing, nothing, nothing, nothing}), ZEL_OK);
+        EXPECT_EQ(m_list.count, reply[5]);
+        FreeReceived(ZEL_PROVISIONING_READ_ALL, &m_list);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "support/HandlerFixture.h"
 #include "support/RecordShapes.h"
 #include "support/Text.h"
+#include "zelapi/radio.h"
 
 #include <tuple>
 
@@ -120,7 +121,7 @@ TEST_F(RadioHandler, TellsTheLowByteOfANamesLength)
 {
     // Units of a name, its length byte, the size of the sub-block.
     for (const auto& [units, lengthByte, size] :
-         {std::tuple{0u, 0, 12u}, {2, 2, 16}, {300, 44, 612}, {256, 0, 12}, {32632, 0x78, 65276}, {65536, 0, 12}})
+         {std::tuple{0u, 0, 12u}, {2, 2, 16}, {300, 44, 612}, {256, 0, 12}, {32760, 0xF8, 65532}, {65536, 0, 12}})
     {
         const CBStrOwner name = MakeText(std::u16string(units, u'n'));
         const Bytes body = Written({0, 1, name.get(), 2, m_data});
@@ -134,7 +135,7 @@ TEST_F(RadioHandler, TellsTheLowByteOfANamesLength)
 
 TEST_F(RadioHandler, RefusesWhatCannotBeSent)
 {
-    const CBStrOwner longName = MakeText(std::u16string(32633, u'n'));
+    const CBStrOwner longName = MakeText(std::u16string(32763, u'n'));
     const RadioItem tooLong = {0, 1, longName.get(), 0, nullptr};
     for (void* bad : {static_cast<void*>(nullptr), kUnreadable})
     {

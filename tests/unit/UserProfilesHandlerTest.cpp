@@ -2,6 +2,7 @@
 
 #include "support/HandlerFixture.h"
 #include "support/Text.h"
+#include "zelapi/profiles.h"
 
 #include <iterator>
 #include <tuple>
@@ -67,18 +68,15 @@ TEST_F(UserProfilesHandler, ReadsSettingsOfEveryType)
 
 TEST_F(UserProfilesHandler, ReadsOnlyWhatTheReplyHolds)
 {
-    for (const Bytes& part : Truncations(kSettingsReply))
-    {
-        EXPECT_EQ(Read(part), ZEL_OK);
-        EXPECT_EQ(m_read.size(), part.size() < 2 ? 0u : 7u);
-    }
+    Survives(ZEL_PROFILES_READ_SETTINGS, &m_record, 0x02, kSettingsReply);
     // A length beyond the reply; an empty text; an empty sub-block, behind which nothing is read.
     const Bytes texts = {0, 4, 2, 12, 12, 1, 3, 4, 0, 0xFF, 0, 'H', 0, 'i', 2, 8, 12, 1, 3, 4, 0, 0, 2, 2, 2, 8, 5, 2};
     EXPECT_EQ(Read(texts), ZEL_OK);
     const std::vector<Setting> expected = {
         {0, 3, 4, 1, 0xFF, 12, 0, u"Hi" + std::u16string(253, 0)}, {0, 3, 4, 1, 0, 12, 0, u""}, {}, {}};
     EXPECT_EQ(m_read, expected);
-    FailEachAllocation([&] { return Read(texts); });
+    EXPECT_EQ(Read({0}), ZEL_OK);
+    EXPECT_EQ(m_read.size(), 0u);
 }
 
 TEST_F(UserProfilesHandler, WritesSettingsAndReadsTheAnswersInOrder)
@@ -125,7 +123,7 @@ TEST_F(UserProfilesHandler, ATextHasAtMost33Bytes)
         ProfileSetting setting = {0, 0, 0, 0, 0, 12, {.text = text.get()}};
         m_record.p0 = 1;
         m_record.in.settings = &setting;
-        EXPECT_EQ(Write({}), units == 16 ? ZEL_OK : 0x3907u);
+        EXPECT_EQ(Write({}), units == 16 ? ZEL_OK : ZEL_PROFILES_TEXT_TOO_LONG);
         EXPECT_EQ(setting.type, static_cast<std::uint8_t>(2 * units));
     }
     ASSERT_EQ(m_phone.Requests().size(), 1u);
@@ -136,7 +134,9 @@ TEST_F(UserProfilesHandler, ByteRequestsReportTheirStatus)
 {
     m_record = {0x11, 0xA0, 0xA1, 0xA2, 0xA3, {nullptr}, 5, nullptr};
     const std::tuple<std::uint32_t, std::uint8_t, Bytes> cases[] = {
-        {0x3903, 0x09, {0, 0}}, {0x3904, 0x05, {0, 0}}, {0x3905, 0x07, {0xA0, 0xA1, 0xA2, 0xA3, 0, 0}}};
+        {ZEL_PROFILES_OPERATION, 0x09, {0, 0}},
+        {ZEL_PROFILES_READ_BYTES, 0x05, {0, 0}},
+        {ZEL_PROFILES_WRITE_BYTES, 0x07, {0xA0, 0xA1, 0xA2, 0xA3, 0, 0}}};
     for (const auto& [api, request, body] : cases)
     {
         const auto reply = static_cast<std::uint8_t>(request + 1);
@@ -149,31 +149,33 @@ TEST_F(UserProfilesHandler, ByteRequestsReportTheirStatus)
         ProfileRecord record = m_record;
         EXPECT_EQ(Ask(api, &record, reply, {1, 0xB0, 0xB1, 0xB2}), ZEL_OK);
         EXPECT_EQ((Bytes{record.p0, record.p1, record.p2, record.p3}),
-                  api == 0x3904 ? (Bytes{0xB0, 0xB1, 0xB2, 0}) : (Bytes{0xA0, 0xA1, 0xA2, 0xA3}));
+                  api == ZEL_PROFILES_READ_BYTES ? (Bytes{0xB0, 0xB1, 0xB2, 0}) : (Bytes{0xA0, 0xA1, 0xA2, 0xA3}));
         ExpectUnanswered(api, m_record);
     }
 }
 
 TEST_F(UserProfilesHandler, BadRecordsAndOtherMessages)
 {
-    for (const std::uint32_t api : {0x3901u, 0x3902u, 0x3905u})
-        ExpectBadRecordsRefused(m_handler, api);
+    ProfileSetting setting = {};
     m_record.p0 = 1;
-    for (const std::uint32_t api : {0x3901u, 0x3902u})
-    {
-        ProfileSetting setting = {};
-        m_record.in.settings = &setting;
+    m_record.in.settings = &setting;
+    for (const std::uint32_t api : {ZEL_PROFILES_READ_SETTINGS, ZEL_PROFILES_WRITE_SETTINGS})
         ExpectUnanswered(api, m_record);
-        m_record.in.setting_ids = static_cast<const std::uint8_t*>(kUnreadable);
-        ExpectRefused(api, m_record, ZEL_E_FAIL);
-    }
-    for (void* record : {static_cast<void*>(nullptr), kUnreadable})
+    for (void* bad : {static_cast<void*>(nullptr), kUnreadable})
     {
-        EXPECT_EQ(Ask(0x3903, record, 0x0A, {1}), ZEL_OK);
-        EXPECT_EQ(Ask(0x3904, record, 0x06, {3}), 0x3903u);
-        EXPECT_EQ(Ask(0x3904, record, 0x06, {1, 1, 2, 3, 4}), ZEL_E_FAIL);
+        m_record.in.settings = static_cast<ProfileSetting*>(bad);
+        for (const std::uint32_t api : {ZEL_PROFILES_READ_SETTINGS, ZEL_PROFILES_WRITE_SETTINGS})
+            ExpectRefused(api, m_record, ZEL_E_ARGUMENT);
+        EXPECT_EQ(Ask(ZEL_PROFILES_OPERATION, bad, 0x0A, {1}), ZEL_OK);
+        EXPECT_EQ(Ask(ZEL_PROFILES_READ_BYTES, bad, 0x06, {3}), 0x3903u);
+        EXPECT_EQ(Ask(ZEL_PROFILES_READ_BYTES, bad, 0x06, {1, 1, 2, 3, 4}), ZEL_E_FAIL);
     }
-    ExpectNotHandled({0x3900, 0x3906});
+    m_record.p0 = m_record.p2 = 0;
+    for (const auto& [api, reply] : {std::pair{ZEL_PROFILES_READ_SETTINGS, 0x02}, {ZEL_PROFILES_WRITE_SETTINGS, 0x04}})
+        EXPECT_EQ(Ask(api, &m_record, static_cast<std::uint8_t>(reply), {}), ZEL_OK) << "no elements, no array";
+    for (const std::uint32_t api : {ZEL_PROFILES_READ_SETTINGS, ZEL_PROFILES_WRITE_SETTINGS, ZEL_PROFILES_WRITE_BYTES})
+        ExpectBadRecordsRefused(m_handler, api);
+    ExpectNotHandled({ZEL_PROFILES_READ_SETTINGS - 1, ZEL_PROFILES_WRITE_BYTES + 1});
     ExpectNoIndications(ZEL_PROFILES_READ_SETTINGS);
 }
 

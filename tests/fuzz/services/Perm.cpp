@@ -1,5 +1,6 @@
 #include "fuzz/FuzzService.h"
 #include "handlers/PermHandler.h"
+#include "zelapi/permissions.h"
 
 namespace
 {

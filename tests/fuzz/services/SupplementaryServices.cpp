@@ -1,5 +1,6 @@
 #include "fuzz/FuzzService.h"
 #include "handlers/SupplementaryServicesHandler.h"
+#include "zelapi/supplementary.h"
 
 namespace
 {

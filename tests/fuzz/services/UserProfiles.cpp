@@ -1,5 +1,6 @@
 #include "fuzz/FuzzService.h"
 #include "handlers/UserProfilesHandler.h"
+#include "zelapi/profiles.h"
 
 namespace
 {

@@ -2,6 +2,7 @@
 
 #include "support/HandlerFixture.h"
 #include "support/Text.h"
+#include "zelapi/call.h"
 
 #include <algorithm>
 #include <iterator>

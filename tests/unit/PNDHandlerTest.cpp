@@ -3,6 +3,7 @@
 #include "support/HandlerChecks.h"
 #include "support/RawRecord.h"
 #include "support/Text.h"
+#include "zelapi/pnd.h"
 
 #include <numeric>
 #include <sstream>
@@ -317,7 +318,7 @@ TEST_F(PNDHandler, BadRequestsAreRefusedBeforeTheyAreSent)
 {
     // An empty text, one whose length is 0 in 8 bits, none, and a number: nothing to look for.
     PndField fields[] = {TextField(7, BStr(u"")), TextField(7, BStr(std::u16string(256, u'x'))), TextField(7, nullptr),
-                         TextField(12, BStr(u"A"))};
+                         TextField(12, static_cast<BSTR>(kUnreadable))};
     auto* const unreadable = static_cast<PndField*>(kUnreadable);
     for (PndField* field :
          {&fields[0], &fields[1], &fields[2], &fields[3], unreadable, static_cast<PndField*>(nullptr)})

@@ -27,6 +27,3 @@ class CPNDFieldCodec
 
     bool m_hasWideLength63;
 };
-
-/// The text of a field, of an unknown type too; null if its value is a number, or the text cannot be read.
-BSTR PndTextOf(const PndField& field);

@@ -1,7 +1,6 @@
 #include "handlers/pnd/PNDFieldCodec.h"
 
 #include "handlers/base/Blocks.h"
-#include "handlers/base/CallersData.h"
 #include "handlers/base/RecordArray.h"
 #include "message/ExceptionFrame.h"
 
@@ -13,10 +12,11 @@
 namespace
 {
 
-/// What stands behind the attribute of a field.
+/// What stands behind the attribute of a field. Values of the forms before kNumber8 are texts, where they are anything.
 enum class FieldForm
 {
     kUnknown,
+    kGroup,
     kText,
     kText63,
     kQualifiedText,
@@ -24,8 +24,12 @@ enum class FieldForm
     kNumber16,
     kNumber32,
     kCompound,
-    kGroup,
 };
+
+bool HoldsText(FieldForm form)
+{
+    return form < FieldForm::kNumber8;
+}
 
 struct FieldTypes
 {
@@ -230,11 +234,6 @@ void SetDefaultAttribute(PndField& field)
         field.attribute = kDefault;
 }
 
-bool HoldsText(FieldForm form)
-{
-    return form == FieldForm::kText || form == FieldForm::kText63 || form == FieldForm::kQualifiedText;
-}
-
 void FreeFieldTexts(const PndField& field)
 {
     if (HoldsText(FormOf(field.type)))
@@ -284,4 +283,9 @@ void CPNDFieldCodec::ReadField(CMsgBase& block, PndField& field, std::uint16_t t
         ReadGroup(block, field);
     else
         TransferPayload(CPayloadReader(block), field, form, m_hasWideLength63);
+}
+
+CTextView PndTextOf(const PndField& field)
+{
+    return HoldsText(FormOf(field.type)) ? TextOf(field.value.text) : CTextView();
 }

@@ -180,7 +180,7 @@ void AppendLocation(CMessage& message, std::uint8_t kind, std::uint16_t location
 void AppendSearch(CMessage& message, PndField& wanted, const CPNDFieldCodec& codec)
 {
     // Only the low byte of the length counts.
-    if (static_cast<std::uint8_t>(TextOf(wanted.value.text).size()) == 0)
+    if (static_cast<std::uint8_t>(PndTextOf(wanted).size()) == 0)
         ThrowCode(ZEL_E_ARGUMENT);
     message.AppendWord(kAnyLocation);
     message.AppendBytes({0, 1});

@@ -136,7 +136,7 @@ const RequestCase kRequests[] = {
     {ZEL_PND_COMMAND_28, 28, 0, 0, {0xFF, 6, 0, 0, 0, 0, 5, 4, 8, 7, 0, 0, 0, 0}, StatusReply(0)},
     {ZEL_PND_COMMAND_15, 15, 0, 0, {0, 1, 4, 0, 0, 16, 0x80, 0xFF, 5, 4, 0, 0, 0, 0, 6, 0, 0, 0}, StatusReply(0)},
     {ZEL_PND_LIST, 37, 0, 0, {4, 0}, kListReply},
-    {ZEL_PND_READ_STORE_14, 7, 0, 0, {4, 1, 0, 1, 0xFF, 14, 0, 0, 0, 0, 7, 6, 0, 0}, kStore14Reply},
+    {ZEL_PND_READ_STORE_14, 7, 0, 12, {4, 1, 0, 1, 0xFF, 14, 0, 0, 0, 0, 7, 6, 0, 0}, kStore14Reply},
     {ZEL_PND_WRITE_STORE_14, 11, 16, 12, EntryToWrite(14, 1) + kStore14Field, StatusReply(0)},
     {ZEL_PND_READ_STORE_16, 7, 0, 0, {4, 1, 0, 1, 0xFF, 16, 0, 0, 0, 0, 7, 6, 0, 0}, kReadReply},
     {ZEL_PND_WRITE_STORE_16, 11, 16, 8, EntryToWrite(16, 1) + kTextField, kLocationReply},
@@ -146,16 +146,16 @@ const RequestCase kRequests[] = {
 class PNDHandler : public HandlerFixture<CPNDHandler, 3>
 {
   protected:
-    /// Bytes 4 to 15 hold their own offsets, where they are not the count of an array of one element.
+    /// Bytes 4 to 15 hold their own offsets, where they are not the count of an array of one element or none.
     RawRecord RecordOf(const RequestCase& request)
     {
         RawRecord record(0);
         std::iota(record.bytes + 4, record.bytes + 16, std::uint8_t{4});
-        if (request.arrayAt == 0)
-            return record;
-        record.bytes[request.countAt] = 1;
-        record.SetPointer(request.arrayAt,
-                          request.messageId == ZEL_PND_WRITE_STORE_14 ? static_cast<void*>(&m_item) : &m_field);
+        if (request.countAt != 0)
+            record.bytes[request.countAt] = request.arrayAt == 0 ? 0 : 1;
+        const bool isStore14 = request.messageId == ZEL_PND_WRITE_STORE_14;
+        if (request.arrayAt != 0)
+            record.SetPointer(request.arrayAt, isStore14 ? static_cast<void*>(&m_item) : &m_field);
         return record;
     }
 
@@ -248,7 +248,7 @@ TEST_F(PNDHandler, AReadIsByLocationOrByText)
         EXPECT_EQ(Ask(ZEL_PND_READ_ENTRY, &record, 8, {0, 0}), ZEL_OK);
         EXPECT_TRUE(SameBytes(Bytes{kind, mode, 6, 1, 0xFF, 5, 0, 0, 0, 0} + tail, m_phone.Last().body));
     }
-    for (const std::uint8_t kind : {ZEL_PND_ANY_LOCATION_2, ZEL_PND_ANY_LOCATION_3})
+    for (const std::uint8_t kind : Bytes{ZEL_PND_ANY_LOCATION_2, ZEL_PND_ANY_LOCATION_3})
         for (const auto& [messageId, store] :
              {std::pair<std::uint32_t, std::uint8_t>{ZEL_PND_READ_STORE_14, 14}, {ZEL_PND_READ_STORE_16, 16}})
         {

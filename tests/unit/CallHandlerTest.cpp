@@ -1,6 +1,7 @@
 #include "handlers/CallHandler.h"
 
 #include "support/HandlerFixture.h"
+#include "support/RecordShapes.h"
 #include "support/Text.h"
 #include "zelapi/call.h"
 
@@ -281,6 +282,14 @@ TEST_F(CallHandler, StatusQueryWithoutElementsOrMemory)
     for (const Bytes& reply : {kStatusReply, NumbersReply(2)})
         for (m_record = {0, 5, 0, 3, &earlier}; m_record.count_or_mode < 3; ++m_record.count_or_mode)
             Survives(ZEL_CALL_STATUS_QUERY, &m_record, 0x0E, reply);
+    FailEachAllocation([&] {
+        m_record = {0, 5, 2, 3, &earlier};
+        const std::uint32_t result = Ask(ZEL_CALL_STATUS_QUERY, &m_record, 0x0E, kStatusReply);
+        EXPECT_EQ(m_record.elements == &earlier && m_record.returned == 3 && m_record.call_id == 5, result != ZEL_OK);
+        if (result == ZEL_OK)
+            FreeReceived(ZEL_CALL_STATUS_QUERY, &m_record);
+        return result;
+    });
 }
 
 TEST_F(CallHandler, DecodesEachItem)

@@ -12,6 +12,8 @@
 namespace
 {
 
+using namespace std::string_view_literals;
+
 constexpr std::uint8_t kGroup = 74;
 constexpr std::uint8_t kWideType = 63;
 
@@ -77,7 +79,7 @@ PndField TextField(std::uint8_t type, BSTR text, std::uint8_t attribute = 0x81)
     return field;
 }
 
-/// The units of a text, or that there is none.
+/// The units of a text, zeros as '0', or that there is none.
 std::string Describe(BSTR text)
 {
     if (text == nullptr)
@@ -191,11 +193,10 @@ class PNDHandler : public HandlerFixture<CPNDHandler, 3>
         return taken;
     }
 
-    /// Looks for an entry by this field.
-    std::uint32_t Search(PndField& field)
+    void ExpectNothingToLookFor(PndField field)
     {
-        PndReadRecord record = {0, ZEL_PND_BY_TEXT, 0, 6, 5, {1, 0, 1, &field}};
-        return Ask(ZEL_PND_READ_ENTRY, &record, 8, {0, 0});
+        ExpectRefused(ZEL_PND_READ_ENTRY, PndReadRecord{0, ZEL_PND_BY_TEXT, 0, 6, 5, {1, 0, 1, &field}},
+                      ZEL_E_ARGUMENT);
     }
 
     std::vector<CBStrOwner> m_texts;
@@ -247,41 +248,40 @@ TEST_F(PNDHandler, AReadIsByLocationOrByText)
         PndReadRecord record = {0, kind, mode, 6, 5, {0x0102, 0, 0, &m_field}};
         EXPECT_EQ(Ask(ZEL_PND_READ_ENTRY, &record, 8, {0, 0}), ZEL_OK);
         EXPECT_TRUE(SameBytes(Bytes{kind, mode, 6, 1, 0xFF, 5, 0, 0, 0, 0} + tail, m_phone.Last().body));
+        PndStore14Record store14 = {0, kind, 0x0102, 0, 0, nullptr};
+        PndReadStore16Record store16 = {0, kind, 0x0102, {}};
+        if (mode != ZEL_PND_MODE_LOCATION)
+            continue;
+        EXPECT_EQ(Ask(ZEL_PND_READ_STORE_14, &store14, 8, {0, 0}), ZEL_OK);
+        EXPECT_TRUE(SameBytes(Bytes{kind, 1, 0, 1, 0xFF, 14, 0, 0, 0, 0} + tail, m_phone.Last().body));
+        EXPECT_EQ(Ask(ZEL_PND_READ_STORE_16, &store16, 8, {0, 0}), ZEL_OK);
+        EXPECT_TRUE(SameBytes(Bytes{kind, 1, 0, 1, 0xFF, 16, 0, 0, 0, 0} + tail, m_phone.Last().body));
     }
-    for (const std::uint8_t kind : Bytes{ZEL_PND_ANY_LOCATION_2, ZEL_PND_ANY_LOCATION_3})
-        for (const auto& [messageId, store] :
-             {std::pair<std::uint32_t, std::uint8_t>{ZEL_PND_READ_STORE_14, 14}, {ZEL_PND_READ_STORE_16, 16}})
-        {
-            RawRecord record(0);
-            record.bytes[4] = kind;
-            EXPECT_EQ(Ask(messageId, &record, 8, {0, 0}), ZEL_OK);
-            EXPECT_TRUE(SameBytes({kind, 1, 0, 1, 0xFF, store, 0, 0, 0, 0, 0xFF, 0xFF, 0, 0}, m_phone.Last().body));
-        }
 }
 
 TEST_F(PNDHandler, BadRequestsAreRefusedBeforeTheyAreSent)
 {
     // An empty text, one whose length is 0 in 8 bits, and none: nothing to look for.
-    PndField fields[] = {TextField(7, BStr(u"")), TextField(7, BStr(std::u16string(256, u'x'))), TextField(7, nullptr)};
-    auto* const unreadable = static_cast<PndField*>(kUnreadable);
-    for (PndField* field : {&fields[0], &fields[1], &fields[2], unreadable, static_cast<PndField*>(nullptr)})
-        ExpectRefused(ZEL_PND_READ_ENTRY, PndReadRecord{0, ZEL_PND_BY_TEXT, 0, 6, 5, {1, 0, 1, field}}, ZEL_E_ARGUMENT);
-    for (void* array : {kUnreadable, static_cast<void*>(nullptr)})
-    {
-        auto* const field = static_cast<PndField*>(array);
-        ExpectRefused(ZEL_PND_READ_FIELDS, PndReadRecord{0, 7, 8, 9, 5, {1, 0, 1, field}}, ZEL_E_ARGUMENT);
-        ExpectRefused(ZEL_PND_WRITE_STORE_14, PndStore14Record{0, 7, 1, 0, 1, static_cast<PndStore14Item*>(array)},
-                      ZEL_E_ARGUMENT);
-        for (const std::uint32_t messageId : {ZEL_PND_WRITE_ENTRY, ZEL_PND_WRITE_FIELDS, ZEL_PND_WRITE_STORE_16})
-            ExpectRefused(messageId, PndWriteRecord{0, 5, 1, 2, field}, ZEL_E_ARGUMENT);
-    }
+    for (const BSTR text : {BStr(u""), BStr(std::u16string(256, u'x')), static_cast<BSTR>(nullptr)})
+        ExpectNothingToLookFor(TextField(7, text));
     PndField untyped[2] = {TextField(0, nullptr), TextField(0, nullptr)};
-    for (const std::uint32_t messageId : {ZEL_PND_WRITE_ENTRY, ZEL_PND_WRITE_FIELDS, ZEL_PND_WRITE_STORE_16})
+    for (void* bad : {kUnreadable, static_cast<void*>(nullptr), static_cast<void*>(untyped)})
     {
-        PndWriteRecord record = {0, 5, 1, 2, untyped};
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, messageId, &record), ZEL_E_ARGUMENT);
-        EXPECT_EQ(record.field_count, 0) << "lowered by each field without a type";
-        ExpectRefused(messageId, record, ZEL_E_ARGUMENT);
+        auto* const fields = static_cast<PndField*>(bad);
+        for (const std::uint32_t messageId : {ZEL_PND_WRITE_ENTRY, ZEL_PND_WRITE_FIELDS, ZEL_PND_WRITE_STORE_16})
+        {
+            PndWriteRecord record = {0, 5, 1, 2, fields};
+            EXPECT_EQ(m_handler.EncodeRequest(m_phone, messageId, &record), ZEL_E_ARGUMENT);
+            EXPECT_EQ(record.field_count, bad == untyped ? 0 : 2) << "lowered by each field without a type";
+            ExpectRefused(messageId, record, ZEL_E_ARGUMENT);
+        }
+        if (bad == untyped)
+            continue;
+        ExpectRefused(ZEL_PND_READ_ENTRY, PndReadRecord{0, ZEL_PND_BY_TEXT, 0, 6, 5, {1, 0, 1, fields}},
+                      ZEL_E_ARGUMENT);
+        ExpectRefused(ZEL_PND_READ_FIELDS, PndReadRecord{0, 7, 8, 9, 5, {1, 0, 1, fields}}, ZEL_E_ARGUMENT);
+        ExpectRefused(ZEL_PND_WRITE_STORE_14, PndStore14Record{0, 7, 1, 0, 1, static_cast<PndStore14Item*>(bad)},
+                      ZEL_E_ARGUMENT);
     }
     EXPECT_TRUE(m_phone.Requests().empty());
     ExpectRefused(ZEL_PND_COMMAND_15, PndCommand15Record{0, 1, 16}, ZEL_E_ARGUMENT);
@@ -289,42 +289,49 @@ TEST_F(PNDHandler, BadRequestsAreRefusedBeforeTheyAreSent)
 
 TEST_F(PNDHandler, FieldsHaveOneFormInBothDirections)
 {
-    for (const std::uint8_t minor : Bytes{53, 54})
-        for (unsigned i = 0; i < 256; ++i)
-        {
-            SCOPED_TRACE(i);
-            m_phone.SetVersion(kResource, 5, minor);
-            const auto type = static_cast<std::uint8_t>(i);
-            const bool isWide = type == kWideType && minor == 54;
-            PndField field = TextField(type, nullptr);
-            if (const Form* form = isWide ? &kWideForm : FormOf(type))
-            {
-                const Bytes block = Bytes{type} + form->block;
-                field.value.text = form->value.empty() ? BStr(std::u16string_view(u"AB\0", 3)) : nullptr;
-                std::copy(form->value.begin(), form->value.end(), reinterpret_cast<std::uint8_t*>(&field.value));
-                field.sub_attribute = type == 11 ? 5 : 0;
-                EXPECT_EQ(Read(1, block), Fields{Describe(field)}) << "a text with its terminator";
-                Read(2, block + kMalformed, minor == 53, ZEL_E_FAIL);
-                if (form->value.empty())
-                    field.value.text = BStr(u"AB");
-                EXPECT_TRUE(SameBytes(block, Written({field})));
-                // An application's number may look like an address.
-                field.value.text = BStr(u"A");
-                if (!form->value.empty())
-                    ExpectRefused(ZEL_PND_READ_ENTRY, PndReadRecord{0, ZEL_PND_BY_TEXT, 0, 6, 5, {1, 0, 1, &field}},
-                                  ZEL_E_ARGUMENT);
-                continue;
-            }
-            field.value.text = BStr(u"A");
-            EXPECT_EQ(Search(field), ZEL_OK);
-            const Bytes bare = {type, 0, 0, 8, 0x81, 0, 0, 0};
-            EXPECT_TRUE(
-                SameBytes(Bytes{1, 0, 6, 1, 0xFF, 5, 0, 0, 0, 0, 0xFF, 0xFF, 0, 1} + bare, m_phone.Last().body));
-            if (type != 0)
-                EXPECT_TRUE(SameBytes(bare, Written({field})));
-            if (type != kGroup)
-                EXPECT_EQ(Read(1, {type, 0, 0, 12, 0x82, 4, 0, 'A', 0, 0, 0, 0}), Fields{"82 00 00  -"});
-        }
+    for (unsigned i = 0; i < 2 * 256; ++i)
+    {
+        const auto type = static_cast<std::uint8_t>(i);
+        const std::uint8_t minor = i < 256 ? 53 : 54;
+        SCOPED_TRACE("type " + std::to_string(type) + ", version 5." + std::to_string(minor));
+        m_phone.SetVersion(kResource, 5, minor);
+        const Form* form = type == kWideType && minor == 54 ? &kWideForm : FormOf(type);
+        if (form == nullptr)
+            continue;
+        const bool isText = form->value.empty();
+        const Bytes block = Bytes{type} + form->block;
+        PndField field = TextField(type, isText ? BStr(u"AB\0"sv) : nullptr);
+        std::copy(form->value.begin(), form->value.end(), reinterpret_cast<std::uint8_t*>(&field.value));
+        field.sub_attribute = type == 11 ? 5 : 0;
+        EXPECT_EQ(Read(1, block), Fields{Describe(field)}) << "a text with its terminator";
+        Read(2, block + kMalformed, minor == 53, ZEL_E_FAIL);
+        field.value.text = isText ? BStr(u"AB") : field.value.text;
+        EXPECT_TRUE(SameBytes(block, Written({field})));
+        // A number may look like an address.
+        field.value.text = BStr(u"A");
+        if (!isText)
+            ExpectNothingToLookFor(field);
+    }
+}
+
+TEST_F(PNDHandler, OtherTypesAreAnAttributeAlone)
+{
+    for (unsigned i = 0; i < 256; ++i)
+    {
+        SCOPED_TRACE(i);
+        const auto type = static_cast<std::uint8_t>(i);
+        if (FormOf(type) != nullptr)
+            continue;
+        const Bytes bare = {type, 0, 0, 8, 0x81, 0, 0, 0};
+        PndField field = TextField(type, BStr(u"A"));
+        PndReadRecord search = {0, ZEL_PND_BY_TEXT, 0, 6, 5, {1, 0, 1, &field}};
+        EXPECT_EQ(Ask(ZEL_PND_READ_ENTRY, &search, 8, {0, 0}), ZEL_OK);
+        EXPECT_TRUE(SameBytes(bare, Bytes(m_phone.Last().body.begin() + 14, m_phone.Last().body.end())));
+        if (type != 0)
+            EXPECT_TRUE(SameBytes(bare, Written({field})));
+        if (type != kGroup)
+            EXPECT_EQ(Read(1, {type, 0, 0, 12, 0x82, 4, 0, 'A', 0, 0, 0, 0}), Fields{"82 00 00  -"});
+    }
 }
 
 TEST_F(PNDHandler, TheVersionChoosesTheLengthOfType63AndTheStore)
@@ -332,8 +339,6 @@ TEST_F(PNDHandler, TheVersionChoosesTheLengthOfType63AndTheStore)
     const std::tuple<std::uint8_t, std::uint8_t, std::uint8_t, bool> versions[] = {
         {4, 99, 16, false}, {5, 24, 16, false}, {5, 25, 35, false},
         {5, 53, 35, false}, {5, 54, 35, true},  {6, 0, 35, true}};
-    const Bytes wide = {kWideType, 0, 0, 12, 0x81, 0, 0, 4, 0, 'A', 0, 0};
-    const Bytes narrow = {kWideType, 0, 0, 12, 0x81, 4, 0, 'A', 0, 0, 0, 0};
     const PndField field = TextField(kWideType, BStr(u"A"));
     for (const auto& [major, minor, store, isWide] : versions)
     {
@@ -342,7 +347,7 @@ TEST_F(PNDHandler, TheVersionChoosesTheLengthOfType63AndTheStore)
         PndReadStore16Record read = {};
         EXPECT_EQ(Ask(ZEL_PND_READ_STORE_16, &read, 8, {0, 0}), ZEL_OK);
         EXPECT_EQ(m_phone.Last().body[5], store);
-        EXPECT_TRUE(SameBytes(isWide ? wide : narrow, Written({field}, ZEL_PND_WRITE_STORE_16)));
+        EXPECT_EQ(Written({field}, ZEL_PND_WRITE_STORE_16)[5], isWide ? 0 : 4);
         EXPECT_EQ(m_phone.Last().body[7], store);
     }
     const Bytes block = Written({TextField(kWideType, BStr(std::u16string(200, u'x')))});
@@ -363,9 +368,7 @@ TEST_F(PNDHandler, WritesFieldsInOrderWithoutTheUntypedOnes)
     EXPECT_EQ(record.location, 0x1234);
     EXPECT_EQ(fields[1].attribute, 0x80) << "the attribute that was sent";
 
-    const std::vector<PndField> longs = {TextField(7, BStr(std::u16string(128, u'x'))),
-                                         TextField(8, BStr(std::u16string_view(u"A\0", 2)))};
-    const Bytes sent = Written(longs);
+    const Bytes sent = Written({TextField(7, BStr(std::u16string(128, u'x'))), TextField(8, BStr(u"A\0"sv))});
     ASSERT_EQ(sent.size(), 264u + 12u);
     EXPECT_TRUE(SameBytes({7, 0, 1, 8, 0x81, 2, 0, 'x'}, BytesAt(sent.data(), 8))) << "the low byte of a length";
     EXPECT_TRUE(SameBytes({8, 0, 0, 12, 0x81, 6, 0, 'A', 0, 0, 0, 0}, BytesAt(&sent[264], 12)));
@@ -375,16 +378,13 @@ TEST_F(PNDHandler, AGroupIsSentAsAHeaderAndItsTextsBehindIt)
 {
     // Sent are texts of 1 to 126 units; 257 units count as 1, but are all written.
     PndField group = TextField(kGroup, nullptr, 0);
-    BSTR const texts[] = {BStr(u"A"),
-                          BStr(std::u16string(127, u'y')),
-                          BStr(u""),
-                          static_cast<BSTR>(kUnreadable),
-                          BStr(std::u16string(126, u'y')),
-                          BStr(std::u16string(257, u'z'))};
-    std::copy(std::begin(texts), std::end(texts), group.texts);
+    const std::u16string texts[] = {u"A", std::u16string(127, u'y'), u"",
+                                    u"",  std::u16string(126, u'y'), std::u16string(257, u'z')};
+    std::transform(std::begin(texts), std::end(texts), group.texts, [&](const auto& text) { return BStr(text); });
+    group.texts[3] = static_cast<BSTR>(kUnreadable);
     const Bytes expected = Bytes{74, 0, 0, 8, 0x80, 0, 0, 3, 75, 0, 0, 12, 0x80, 4, 0, 'A', 0, 0, 0, 0} +
-                           Bytes{79, 0, 1, 4, 0x80, 254} + WireText(std::u16string(126, u'y')) +
-                           Bytes{0, 0, 80, 0, 2, 12, 0x80, 4} + WireText(std::u16string(257, u'z')) + Bytes(4);
+                           Bytes{79, 0, 1, 4, 0x80, 254} + WireText(texts[4]) + Bytes{0, 0, 80, 0, 2, 12, 0x80, 4} +
+                           WireText(texts[5]) + Bytes(4);
     EXPECT_EQ(expected.size(), 8u + 12u + 260u + 524u);
     for (const std::uint32_t messageId : {ZEL_PND_WRITE_ENTRY, ZEL_PND_WRITE_FIELDS, ZEL_PND_WRITE_STORE_16})
     {
@@ -403,36 +403,33 @@ TEST_F(PNDHandler, AnEntryHoldsWhatThePhoneSends)
                          75, 0, 0, 12, 9,    4, 0, 'B', 0, 0, 0, 0,  // replaces the first
                          76, 0, 0, 4};                               // unreadable: ends the walk
     const std::string zeros(126, '0');
-    const std::tuple<const char*, std::uint8_t, Bytes, Fields> cases[] = {
-        {"nothing", 0, {}, {}},
-        {"fewer fields than counted", 255, {}, Fields(255, "00 00 00  -")},
-        {"a group", 2, group + kTextField, {"81 00 4a  - 'B0' - - - - 'F'", "81 00 07  'A0'"}},
-        {"a group that claims more texts",
-         1,
-         {74, 0, 0, 16, 0x81, 0, 0, 255, 75, 0, 0, 8, 9, 255, 0, 'A'},
-         {"81 00 4a  - 'A" + zeros + "' - - - - -"}},
-        {"a group with more texts than its count",
-         1,
+    const std::tuple<std::uint8_t, Bytes, Fields> cases[] = {
+        {0, {}, {}},
+        {255, {}, Fields(255, "00 00 00  -")},  // fewer fields than counted
+        {2, group + kTextField, {"81 00 4a  - 'B0' - - - - 'F'", "81 00 07  'A0'"}},
+        // Groups whose count and length are too large, or too small.
+        {1, {74, 0, 0, 16, 0x81, 0, 0, 255, 75, 0, 0, 8, 9, 255, 0, 'A'}, {"81 00 4a  - 'A" + zeros + "' - - - - -"}},
+        {1,
          {74, 0, 0, 24, 0x81, 0, 0, 1, 75, 0, 0, 8, 9, 2, 0, 'A', 76, 0, 0, 8, 9, 2, 0, 'B'},
          {"81 00 4a  - 'A' - - - - -"}},
-        {"a length beyond the sub-block", 1, {7, 0, 0, 8, 0x81, 255, 0, 'A'}, {"81 00 07  'A" + zeros + "'"}},
-        {"an odd length", 1, {8, 0, 0, 8, 0x81, 3, 0, 'B'}, {"81 00 08  'B'"}},
-        {"no length", 1, {9, 0, 0, 8, 0, 0, 0, 0}, {"00 00 09  ''"}},
-        {"1 stands for the sub-attribute 0", 1, {11, 0, 0, 8, 0x81, 0, 0, 0}, {"81 01 0b  ''"}},
-        {"numbers",
-         2,
-         kTextField + Bytes{25, 0, 0, 8, 0x81, 6, 0, 0},
-         {"81 00 07  'A0'", "81 00 19 06 00 00 00 00 00 00 00 "}},
+        // A length beyond the sub-block, an odd one, and none; 1 stands for the sub-attribute 0.
+        {1, {7, 0, 0, 8, 0x81, 255, 0, 'A'}, {"81 00 07  'A" + zeros + "'"}},
+        {1, {8, 0, 0, 8, 0x81, 3, 0, 'B'}, {"81 00 08  'B'"}},
+        {1, {9, 0, 0, 8, 0, 0, 0, 0}, {"00 00 09  ''"}},
+        {1, {11, 0, 0, 8, 0x81, 0, 0, 0}, {"81 01 0b  ''"}},
+        {2, kTextField + Bytes{25, 0, 0, 8, 0x81, 6, 0, 0}, {"81 00 07  'A0'", "81 00 19 06 00 00 00 00 00 00 00 "}},
     };
-    for (const auto& [name, count, fields, expected] : cases)
+    for (const auto& [count, fields, expected] : cases)
     {
-        SCOPED_TRACE(name);
+        SCOPED_TRACE(Hex(fields));
         EXPECT_EQ(Read(count, fields), expected);
         EXPECT_EQ(count == 0 ? Fields() : Read(count, fields, true), expected) << "fields alone";
     }
     for (const bool fieldsAlone : {false, true})
-        for (const Bytes& malformed : {kMalformed, group + kMalformed, kTextField + group + kMalformed})
-            Read(malformed.size() == 4 ? 1 : malformed.size() < 64 ? 2 : 3, malformed, fieldsAlone, ZEL_E_FAIL);
+    {
+        Read(1, kMalformed, fieldsAlone, ZEL_E_FAIL);
+        Read(2, group + kMalformed, fieldsAlone, ZEL_E_FAIL);
+    }
     const PndReadRecord record = {0, 7, 8, 9, 5, {1, 0, 1, &m_field}};
     Survives(ZEL_PND_READ_ENTRY, &record, 8, EntryHead(1) + group);
 }

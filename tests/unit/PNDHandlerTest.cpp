@@ -1,24 +1,49 @@
 #include "handlers/pnd/PNDHandler.h"
 
-#include "support/HandlerChecks.h"
+#include "support/HandlerFixture.h"
 #include "support/RawRecord.h"
+#include "support/RecordShapes.h"
 #include "support/Text.h"
+#include "zelapi/pnd.h"
 
 #include <numeric>
-#include <sstream>
 #include <tuple>
 
 namespace
 {
 
-constexpr std::uint8_t kPnd = 3;
-const Bytes kNumberTypes = {12, 25, 28, 30, 40, 51, 55, 64, 67, 69, 87};
-const Bytes kTextTypes = {7, 8, 9, 10, 18, 44, 52, 53, 54, 56, 57, 62, 63, 70, 71, 72, 73, 82, 83, 84, 85, 86};
-const Bytes kUnknownTypes = {1, 6, 13, 19, 26, 29, 31, 41, 45, 58, 61, 65, 66, 68, 75, 81, 88, 255};
+using namespace std::string_view_literals;
 
-bool HoldsText(const PndField& field)
+constexpr std::uint8_t kGroup = 74;
+constexpr std::uint8_t kWideType = 63;
+
+/// How the fields of some types travel, behind the id of their sub-block, and their value's bytes in memory, none for
+/// the text "AB".
+struct Form
 {
-    return std::find(kNumberTypes.begin(), kNumberTypes.end(), field.type) == kNumberTypes.end();
+    Bytes types;
+    Bytes block;
+    Bytes value;
+};
+
+const Bytes kTextBlock = {0, 0, 12, 0x81, 6, 0, 'A', 0, 'B', 0, 0};
+const Form kWideForm = {{kWideType}, {0, 0, 16, 0x81, 0, 0, 6, 0, 'A', 0, 'B', 0, 0, 0, 0}, {}};
+const Form kForms[] = {
+    {{7, 8, 9, 10, 18, 44, 52, 53, 54, 56, 57, 62, 63, 70, 71, 72, 73, 82, 83, 84, 85, 86}, kTextBlock, {}},
+    {{11}, {0, 0, 16, 0x81, 5, 0, 0, 0, 6, 0, 'A', 0, 'B', 0, 0}, {}},
+    {{12, 67}, {0, 0, 8, 0x81, 0, 0x12, 0x34}, {0x34, 0x12}},
+    {{25, 28, 30, 40, 64}, {0, 0, 8, 0x81, 0xFE, 0, 0}, {0xFE}},
+    {{51, 55, 69}, {0, 0, 16, 0x81, 0, 0, 0, 1, 2, 3, 4, 0, 0, 0, 1}, {4, 3, 2, 1}},
+    {{87}, {0, 0, 12, 0x81, 1, 0x07, 0xE8, 2, 29, 13, 14}, {0xE8, 0x07, 2, 29, 13, 14}},
+};
+
+/// Null for a type that is not known, and for a group.
+const Form* FormOf(std::uint8_t type)
+{
+    for (const Form& form : kForms)
+        if (std::find(form.types.begin(), form.types.end(), type) != form.types.end())
+            return &form;
+    return nullptr;
 }
 
 /// A reply with a status sub-block.
@@ -54,7 +79,7 @@ PndField TextField(std::uint8_t type, BSTR text, std::uint8_t attribute = 0x81)
     return field;
 }
 
-/// The units of a text, or that there is none.
+/// The units of a text, zeros as '0', or that there is none.
 std::string Describe(BSTR text)
 {
     if (text == nullptr)
@@ -68,58 +93,29 @@ std::string Describe(BSTR text)
 /// Attribute, sub-attribute and type of a field, its value's bytes or text, and the texts of a group.
 std::string Describe(const PndField& field)
 {
+    const Form* form = FormOf(field.type);
     std::string out = Hex({field.attribute, field.sub_attribute, field.type});
-    out += HoldsText(field) ? Describe(field.value.text) : Hex(BytesAt(&field.value, sizeof field.value));
-    for (std::size_t i = 0; i < 6 && field.type == 74; ++i)
+    out += form == nullptr || form->value.empty() ? Describe(field.value.text)
+                                                  : Hex(BytesAt(&field.value, sizeof field.value));
+    for (std::size_t i = 0; i < 6 && field.type == kGroup; ++i)
         out += Describe(field.texts[i]);
     return out;
 }
 
 using Fields = std::vector<std::string>;
 
-/// What an entry has received, freed.
-Fields Take(PndEntry& entry)
-{
-    Fields fields;
-    for (std::size_t i = 0; i < entry.field_count; ++i)
-    {
-        const PndField& field = entry.fields[i];
-        fields.push_back(Describe(field));
-        if (HoldsText(field))
-            SysFreeString(field.value.text);
-        for (BSTR text : field.texts)
-            SysFreeString(text);
-    }
-    CoTaskMemFree(entry.fields);
-    return fields;
-}
-
-/// One request of each kind: its bytes for the record that RecordOf makes, where that has an array, and a full reply,
-/// whose id is the next one.
+/// One request of each kind: its bytes for the record that RecordOf makes, where that has an array and its count, and a
+/// full reply, whose id is the next one.
 struct RequestCase
 {
     std::uint32_t messageId;
     std::uint8_t requestId;
     std::size_t arrayAt;
+    std::size_t countAt;
     Bytes body;
     Bytes reply;
 
     std::uint8_t ReplyId() const { return static_cast<std::uint8_t>(requestId + 1); }
-    bool IsStore14() const { return messageId == ZEL_PND_READ_STORE_14 || messageId == ZEL_PND_WRITE_STORE_14; }
-    /// Frees the array that a reply has brought.
-    void FreeArray(RawRecord& record) const
-    {
-        if (messageId == ZEL_PND_LIST)
-        {
-            const auto& list = *reinterpret_cast<PndListRecord*>(record.bytes);
-            for (std::size_t i = 0; i < list.count; ++i)
-                SysFreeString(list.items[i].text);
-        }
-        if (messageId == ZEL_PND_LIST || IsStore14())
-            CoTaskMemFree(record.PointerAt(arrayAt));
-        else
-            Take(reinterpret_cast<PndReadRecord*>(record.bytes)->entry);
-    }
 };
 
 const Bytes kReadReply = EntryHead(2) + kTextField + kTextField;
@@ -133,53 +129,36 @@ const Bytes kStateReply = {9, 1, 2, 3,  4, 5, 9,  9,    9,    2,    2,    0, 0, 
 const Bytes kFieldsHead = {0xFF, 4, 0, 0, 0, 0, 7, 6, 0, 1};
 
 const RequestCase kRequests[] = {
-    {ZEL_PND_COMMAND_21, 21, 0, {0, 4, 0, 0, 0, 0}, StatusReply(0)},
-    {ZEL_PND_COMMAND_23, 23, 0, {0, 4, 0, 0, 0, 0}, StatusReply(0)},
-    {ZEL_PND_READ_ENTRY, 7, 24, {4, 5, 6, 1, 0xFF, 7, 0, 0, 0, 0, 9, 8, 0, 0}, kReadReply},
-    {ZEL_PND_WRITE_ENTRY, 11, 16, EntryToWrite(4, 1) + kTextField, kLocationReply},
-    {ZEL_PND_READ_FIELDS, 9, 24, {0xFF, 7, 0, 0, 0, 0, 9, 8, 7, 0x81, 0, 0}, Bytes{0, 2} + kTextField + kTextField},
-    {ZEL_PND_WRITE_FIELDS, 13, 16, kFieldsHead + kTextField, {0, 1, 26, 0, 0, 8, 1, 2, 3, 4}},
-    {ZEL_PND_COMMAND_28, 28, 0, {0xFF, 6, 0, 0, 0, 0, 5, 4, 8, 7, 0, 0, 0, 0}, StatusReply(0)},
-    {ZEL_PND_COMMAND_15, 15, 0, {0, 1, 4, 0, 0, 16, 0x80, 0xFF, 5, 4, 0, 0, 0, 0, 6, 0, 0, 0}, StatusReply(0)},
-    {ZEL_PND_LIST, 37, 8, {4, 0}, kListReply},
-    {ZEL_PND_READ_STORE_14, 7, 16, {4, 1, 0, 1, 0xFF, 14, 0, 0, 0, 0, 7, 6, 0, 0}, kStore14Reply},
-    {ZEL_PND_WRITE_STORE_14, 11, 16, EntryToWrite(14, 1) + kStore14Field, StatusReply(0)},
-    {ZEL_PND_READ_STORE_16, 7, 24, {4, 1, 0, 1, 0xFF, 16, 0, 0, 0, 0, 7, 6, 0, 0}, kReadReply},
-    {ZEL_PND_WRITE_STORE_16, 11, 16, EntryToWrite(16, 1) + kTextField, kLocationReply},
-    {ZEL_PND_STORE_STATE, 3, 0, {0xFF, 4, 0, 0, 48, 0, 0, 8, 0, 0, 0, 0}, kStateReply},
+    {ZEL_PND_COMMAND_21, 21, 0, 0, {0, 4, 0, 0, 0, 0}, StatusReply(0)},
+    {ZEL_PND_COMMAND_23, 23, 0, 0, {0, 4, 0, 0, 0, 0}, StatusReply(0)},
+    {ZEL_PND_READ_ENTRY, 7, 24, 16, {4, 5, 6, 1, 0xFF, 7, 0, 0, 0, 0, 9, 8, 0, 0}, kReadReply},
+    {ZEL_PND_WRITE_ENTRY, 11, 16, 8, EntryToWrite(4, 1) + kTextField, kLocationReply},
+    {ZEL_PND_READ_FIELDS, 9, 24, 16, {0xFF, 7, 0, 0, 0, 0, 9, 8, 7, 0x81, 0, 0}, Bytes{0, 2} + kTextField + kTextField},
+    {ZEL_PND_WRITE_FIELDS, 13, 16, 8, kFieldsHead + kTextField, {0, 1, 26, 0, 0, 8, 1, 2, 3, 4}},
+    {ZEL_PND_COMMAND_28, 28, 0, 0, {0xFF, 6, 0, 0, 0, 0, 5, 4, 8, 7, 0, 0, 0, 0}, StatusReply(0)},
+    {ZEL_PND_COMMAND_15, 15, 0, 0, {0, 1, 4, 0, 0, 16, 0x80, 0xFF, 5, 4, 0, 0, 0, 0, 6, 0, 0, 0}, StatusReply(0)},
+    {ZEL_PND_LIST, 37, 0, 0, {4, 0}, kListReply},
+    {ZEL_PND_READ_STORE_14, 7, 0, 12, {4, 1, 0, 1, 0xFF, 14, 0, 0, 0, 0, 7, 6, 0, 0}, kStore14Reply},
+    {ZEL_PND_WRITE_STORE_14, 11, 16, 12, EntryToWrite(14, 1) + kStore14Field, StatusReply(0)},
+    {ZEL_PND_READ_STORE_16, 7, 0, 0, {4, 1, 0, 1, 0xFF, 16, 0, 0, 0, 0, 7, 6, 0, 0}, kReadReply},
+    {ZEL_PND_WRITE_STORE_16, 11, 16, 8, EntryToWrite(16, 1) + kTextField, kLocationReply},
+    {ZEL_PND_STORE_STATE, 3, 0, 0, {0xFF, 4, 0, 0, 48, 0, 0, 8, 0, 0, 0, 0}, kStateReply},
 };
 
-}  // namespace
-
-class PNDHandler : public testing::Test
+class PNDHandler : public HandlerFixture<CPNDHandler, 3>
 {
   protected:
-    PNDHandler() { m_handler.SetResource(kPnd); }
-
-    /// Bytes 4 to 15 hold their own offsets, where they are not a count or an array of one element.
+    /// Bytes 4 to 15 hold their own offsets, where they are not the count of an array of one element or none.
     RawRecord RecordOf(const RequestCase& request)
     {
         RawRecord record(0);
         std::iota(record.bytes + 4, record.bytes + 16, std::uint8_t{4});
-        if (request.arrayAt == 16)
-            record.bytes[8] = 1;
+        if (request.countAt != 0)
+            record.bytes[request.countAt] = request.arrayAt == 0 ? 0 : 1;
+        const bool isStore14 = request.messageId == ZEL_PND_WRITE_STORE_14;
         if (request.arrayAt != 0)
-            record.SetPointer(request.arrayAt, request.IsStore14() ? static_cast<void*>(&m_item) : &m_field);
+            record.SetPointer(request.arrayAt, isStore14 ? static_cast<void*>(&m_item) : &m_field);
         return record;
-    }
-
-    /// Result of a request that gets this reply.
-    template <typename Record>
-    std::uint32_t Run(std::uint32_t messageId, Record& record, std::uint8_t replyId, const Bytes& reply)
-    {
-        m_phone.Reply(replyId, reply);
-        return m_handler.EncodeRequest(m_phone, messageId, &record);
-    }
-    template <typename Record>
-    void ExpectRefused(std::uint32_t messageId, Record record)
-    {
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, messageId, &record), ZEL_E_ARGUMENT);
-        EXPECT_TRUE(m_phone.Requests().empty());
     }
 
     BSTR BStr(std::u16string_view units) { return m_texts.emplace_back(MakeText(units)).get(); }
@@ -190,43 +169,40 @@ class PNDHandler : public testing::Test
         const bool isFields = messageId == ZEL_PND_WRITE_FIELDS;
         m_written = fields;
         PndWriteRecord record = {0, 5, 1, static_cast<std::uint8_t>(fields.size()), m_written.data()};
-        EXPECT_EQ(Run(messageId, record, isFields ? 14 : 12, {0, 0}), ZEL_OK);
+        EXPECT_EQ(Ask(messageId, &record, isFields ? 14 : 12, {0, 0}), ZEL_OK);
         const Bytes& body = m_phone.Last().body;
         return Bytes(body.begin() + (isFields ? 10 : 18), body.end());
     }
 
-    /// Reads an entry, or the fields of one alone, that holds this: what has come. The result is in m_result.
-    Fields Read(std::uint8_t count, const Bytes& fields, bool fieldsAlone = false)
+    /// Reads an entry, or the fields of one alone, that holds this: what has come.
+    Fields Read(std::uint8_t count, const Bytes& fields, bool fieldsAlone = false, std::uint32_t expected = ZEL_OK)
     {
         PndReadRecord record = {0, 7, 8, 9, 5, {0x0102, 3, 4, &m_field}};
-        m_result = fieldsAlone ? Run(ZEL_PND_READ_FIELDS, record, 10, Bytes{9, count} + fields)
-                               : Run(ZEL_PND_READ_ENTRY, record, 8, EntryHead(count) + fields);
-        PndEntry& entry = record.entry;
+        EXPECT_EQ(fieldsAlone ? Ask(ZEL_PND_READ_FIELDS, &record, 10, Bytes{9, count} + fields)
+                              : Ask(ZEL_PND_READ_ENTRY, &record, 8, EntryHead(count) + fields),
+                  expected);
+        const PndEntry& entry = record.entry;
         EXPECT_EQ(entry.location, fieldsAlone ? 0x0102 : 0x1234);
         EXPECT_EQ(entry.value, fieldsAlone ? 3u : 0x56789ABCu);
-        EXPECT_EQ(entry.field_count, m_result == ZEL_OK ? count : 0);
+        EXPECT_EQ(entry.field_count, expected == ZEL_OK ? count : 0);
         EXPECT_EQ(entry.fields == nullptr, entry.field_count == 0);
-        return Take(entry);
+        Fields taken;
+        for (std::size_t i = 0; i < entry.field_count; ++i)
+            taken.push_back(Describe(entry.fields[i]));
+        FreeReceived(ZEL_PND_READ_STORE_16, &record);
+        return taken;
     }
 
-    std::uint32_t Decode(std::uint8_t id, const Bytes& body)
+    void ExpectNothingToLookFor(PndField field)
     {
-        CMessage message;
-        message.SetMessageId(id);
-        message.AppendBytes(body.size(), body.data());
-        return m_handler.DecodeMessage(message, m_decodedId, m_decoded);
+        ExpectRefused(ZEL_PND_READ_ENTRY, PndReadRecord{0, ZEL_PND_BY_TEXT, 0, 6, 5, {1, 0, 1, &field}},
+                      ZEL_E_ARGUMENT);
     }
 
-    const CLeakCheck m_leaks;
-    CPNDHandler m_handler;
-    FakeSender m_phone;
     std::vector<CBStrOwner> m_texts;
     PndField m_field = TextField(7, BStr(u"A"));
     PndStore14Item m_item = {0, 1, 0x21, 0x2223, 4, 5, 0x26};
     std::vector<PndField> m_written;
-    std::uint32_t m_result = 0;
-    std::uint32_t m_decodedId = 0;
-    void* m_decoded = nullptr;
 };
 
 TEST_F(PNDHandler, EveryRequestSendsItsBytesAndReportsItsStatus)
@@ -235,58 +211,28 @@ TEST_F(PNDHandler, EveryRequestSendsItsBytesAndReportsItsStatus)
     {
         SCOPED_TRACE(request.messageId);
         const RawRecord record = RecordOf(request);
-        const auto expectUntouched = [&](const Bytes& reply, std::uint32_t result) {
-            m_phone.Reply(request.ReplyId(), reply);
-            ExpectRecordUntouched(m_handler, m_phone, request.messageId, record, result);
-        };
-        expectUntouched(Bytes(16), ZEL_OK);
-        EXPECT_TRUE(SameRequest(m_phone.Last(), kPnd, request.requestId, request.body, {request.ReplyId()}));
+        const std::uint8_t id = request.ReplyId();
+        ExpectOutcomes(request.messageId, record, {{id, Bytes(16), ZEL_OK}});
+        EXPECT_TRUE(Sent(request.requestId, request.body, {id}));
         for (const std::uint8_t status : Bytes{0x12, 0})
         {
             Bytes reply = StatusReply(status);
             if (request.messageId == ZEL_PND_STORE_STATE)  // store and value are those of the record
                 reply.insert(reply.begin() + 1, {4, 11, 10, 9, 8, 9, 9, 9});
-            expectUntouched(reply, status == 0 ? ZEL_OK : 0x312);
+            ExpectOutcomes(request.messageId, record, {{id, reply, status == 0 ? ZEL_OK : 0x312}});
         }
-        if (request.messageId == ZEL_PND_COMMAND_28)
-            expectUntouched({0, 1, 77, 0, 0, 8, 0x12, 0, 0, 0}, 0x312);  // a status under another id
-        if (request.requestId == 7)
-            expectUntouched({0, 1, 1, 0, 0, 4}, ZEL_OK);  // an unreadable entry
-        ExpectBadRecordsRefused(m_handler, request.messageId);
-        ExpectUnansweredKept(m_handler, m_phone, request.messageId, record);
+        if (request.messageId == ZEL_PND_COMMAND_28)  // a status under another id
+            ExpectOutcomes(request.messageId, record, {{id, {0, 1, 77, 0, 0, 8, 0x12, 0, 0, 0}, 0x312}});
+        if (request.requestId == 7)  // an unreadable entry
+            ExpectOutcomes(request.messageId, record, {{id, {0, 1, 1, 0, 0, 4}, ZEL_OK}});
         // A write takes any message as its reply.
-        m_phone.Reply(0x7F, StatusReply(0x12));
-        ExpectRecordUntouched(m_handler, m_phone, request.messageId, record, request.requestId == 11 ? 0x312 : ZEL_OK);
+        ExpectOutcomes(request.messageId, record,
+                       {{0x7F, StatusReply(0x12), request.requestId == 11 ? 0x312 : ZEL_OK}});
+        ExpectUnanswered(request.messageId, record);
+        ExpectBadRecordsRefused(m_handler, request.messageId);
+        Survives(request.messageId, &record, id, request.reply);
     }
-    for (const std::uint32_t messageId : {0x300u, 0x30Fu, 0x31Eu})
-        ExpectBadRecordsRefused(m_handler, messageId, ZEL_NOT_HANDLED);
-}
-
-TEST_F(PNDHandler, TruncatedRepliesAndMissingMemoryLeaveNothingHalfFilled)
-{
-    for (const RequestCase& request : kRequests)
-    {
-        SCOPED_TRACE(request.messageId);
-        bool frees = false;
-        for (const Bytes& part : Truncations(request.reply))
-        {
-            RawRecord record = RecordOf(request);
-            const void* before = record.PointerAt(request.arrayAt);
-            EXPECT_EQ(Run(request.messageId, record, request.ReplyId(), part), ZEL_OK);
-            if (request.arrayAt == 0 || record.PointerAt(request.arrayAt) == before)
-                continue;
-            request.FreeArray(record);
-            frees = true;
-        }
-        if (frees)
-            FailEachAllocation([&] {
-                RawRecord record = RecordOf(request);
-                const std::uint32_t result = Run(request.messageId, record, request.ReplyId(), request.reply);
-                if (result == ZEL_OK)
-                    request.FreeArray(record);
-                return result;
-            });
-    }
+    ExpectNotHandled({ZEL_PND_COMMAND_21 - 1, ZEL_PND_STORE_STATE + 1, ZEL_PND_EVENT});
 }
 
 TEST_F(PNDHandler, AReadIsByLocationOrByText)
@@ -300,79 +246,91 @@ TEST_F(PNDHandler, AReadIsByLocationOrByText)
     for (const auto& [kind, mode, tail] : cases)
     {
         PndReadRecord record = {0, kind, mode, 6, 5, {0x0102, 0, 0, &m_field}};
-        EXPECT_EQ(Run(ZEL_PND_READ_ENTRY, record, 8, {0, 0}), ZEL_OK);
+        EXPECT_EQ(Ask(ZEL_PND_READ_ENTRY, &record, 8, {0, 0}), ZEL_OK);
         EXPECT_TRUE(SameBytes(Bytes{kind, mode, 6, 1, 0xFF, 5, 0, 0, 0, 0} + tail, m_phone.Last().body));
+        PndStore14Record store14 = {0, kind, 0x0102, 0, 0, nullptr};
+        PndReadStore16Record store16 = {0, kind, 0x0102, {}};
+        if (mode != ZEL_PND_MODE_LOCATION)
+            continue;
+        EXPECT_EQ(Ask(ZEL_PND_READ_STORE_14, &store14, 8, {0, 0}), ZEL_OK);
+        EXPECT_TRUE(SameBytes(Bytes{kind, 1, 0, 1, 0xFF, 14, 0, 0, 0, 0} + tail, m_phone.Last().body));
+        EXPECT_EQ(Ask(ZEL_PND_READ_STORE_16, &store16, 8, {0, 0}), ZEL_OK);
+        EXPECT_TRUE(SameBytes(Bytes{kind, 1, 0, 1, 0xFF, 16, 0, 0, 0, 0} + tail, m_phone.Last().body));
     }
-    for (const std::uint8_t kind : Bytes{2, 3})
-        for (const std::uint8_t store : Bytes{14, 16})
-        {
-            RawRecord record(0);
-            record.bytes[4] = kind;
-            EXPECT_EQ(Run(store == 14 ? ZEL_PND_READ_STORE_14 : ZEL_PND_READ_STORE_16, record, 8, {0, 0}), ZEL_OK);
-            EXPECT_TRUE(SameBytes({kind, 1, 0, 1, 0xFF, store, 0, 0, 0, 0, 0xFF, 0xFF, 0, 0}, m_phone.Last().body));
-        }
 }
 
 TEST_F(PNDHandler, BadRequestsAreRefusedBeforeTheyAreSent)
 {
-    // An empty text, one whose length is 0 in 8 bits, none, and a number: nothing to look for.
-    PndField fields[] = {TextField(7, BStr(u"")), TextField(7, BStr(std::u16string(256, u'x'))), TextField(7, nullptr),
-                         TextField(12, BStr(u"A"))};
-    auto* const unreadable = static_cast<PndField*>(kUnreadable);
-    for (PndField* field :
-         {&fields[0], &fields[1], &fields[2], &fields[3], unreadable, static_cast<PndField*>(nullptr)})
-        ExpectRefused(ZEL_PND_READ_ENTRY, PndReadRecord{0, ZEL_PND_BY_TEXT, 0, 6, 5, {1, 0, 1, field}});
-    for (PndField* field : {unreadable, static_cast<PndField*>(nullptr)})
-        ExpectRefused(ZEL_PND_READ_FIELDS, PndReadRecord{0, 7, 8, 9, 5, {1, 0, 1, field}});
+    // An empty text, one whose length is 0 in 8 bits, and none: nothing to look for.
+    for (const BSTR text : {BStr(u""), BStr(std::u16string(256, u'x')), static_cast<BSTR>(nullptr)})
+        ExpectNothingToLookFor(TextField(7, text));
     PndField untyped[2] = {TextField(0, nullptr), TextField(0, nullptr)};
-    for (const std::uint32_t messageId : {ZEL_PND_WRITE_ENTRY, ZEL_PND_WRITE_FIELDS, ZEL_PND_WRITE_STORE_16})
+    for (void* bad : {kUnreadable, static_cast<void*>(nullptr), static_cast<void*>(untyped)})
     {
-        PndWriteRecord record = {0, 5, 1, 2, untyped};
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, messageId, &record), ZEL_E_ARGUMENT);
-        EXPECT_EQ(record.field_count, 0) << "lowered by each field without a type";
-        ExpectRefused(messageId, record);
-        record = {0, 5, 1, 2, unreadable};
-        ExpectRecordUntouched(m_handler, m_phone, messageId, record, ZEL_E_ARGUMENT);
+        auto* const fields = static_cast<PndField*>(bad);
+        for (const std::uint32_t messageId : {ZEL_PND_WRITE_ENTRY, ZEL_PND_WRITE_FIELDS, ZEL_PND_WRITE_STORE_16})
+        {
+            PndWriteRecord record = {0, 5, 1, 2, fields};
+            EXPECT_EQ(m_handler.EncodeRequest(m_phone, messageId, &record), ZEL_E_ARGUMENT);
+            EXPECT_EQ(record.field_count, bad == untyped ? 0 : 2) << "lowered by each field without a type";
+            ExpectRefused(messageId, record, ZEL_E_ARGUMENT);
+        }
+        if (bad == untyped)
+            continue;
+        ExpectRefused(ZEL_PND_READ_ENTRY, PndReadRecord{0, ZEL_PND_BY_TEXT, 0, 6, 5, {1, 0, 1, fields}},
+                      ZEL_E_ARGUMENT);
+        ExpectRefused(ZEL_PND_READ_FIELDS, PndReadRecord{0, 7, 8, 9, 5, {1, 0, 1, fields}}, ZEL_E_ARGUMENT);
+        ExpectRefused(ZEL_PND_WRITE_STORE_14, PndStore14Record{0, 7, 1, 0, 1, static_cast<PndStore14Item*>(bad)},
+                      ZEL_E_ARGUMENT);
     }
-    ExpectRefused(ZEL_PND_COMMAND_15, PndCommand15Record{0, 1, 16});
-    ExpectRefused(ZEL_PND_WRITE_STORE_14, PndStore14Record{0, 7, 1, 0, 1, nullptr});
+    EXPECT_TRUE(m_phone.Requests().empty());
+    ExpectRefused(ZEL_PND_COMMAND_15, PndCommand15Record{0, 1, 16}, ZEL_E_ARGUMENT);
 }
 
 TEST_F(PNDHandler, FieldsHaveOneFormInBothDirections)
 {
-    // The phone's minor version, a whole sub-block, and the value's bytes in memory, none for the text "AB".
-    std::vector<std::tuple<std::uint8_t, Bytes, Bytes>> cases = {
-        {54, {62, 0, 0, 12, 0x81, 6, 0, 'A', 0, 'B', 0, 0}, {}},
-        {54, {63, 0, 0, 16, 0x81, 0, 0, 6, 0, 'A', 0, 'B', 0, 0, 0, 0}, {}},
-        {53, {11, 0, 0, 16, 0x81, 5, 0, 0, 0, 6, 0, 'A', 0, 'B', 0, 0}, {}},
-        {53, {87, 0, 0, 12, 0x81, 1, 0x07, 0xE8, 2, 29, 13, 14}, {0xE8, 0x07, 2, 29, 13, 14}},
-    };
-    for (const std::uint8_t type : kTextTypes)
-        cases.push_back({53, {type, 0, 0, 12, 0x81, 6, 0, 'A', 0, 'B', 0, 0}, {}});
-    for (const std::uint8_t type : Bytes{12, 67})
-        cases.push_back({53, {type, 0, 0, 8, 0x81, 0, 0x12, 0x34}, {0x34, 0x12}});
-    for (const std::uint8_t type : Bytes{25, 28, 30, 40, 64})
-        cases.push_back({53, {type, 0, 0, 8, 0x81, 0xFE, 0, 0}, {0xFE}});
-    for (const std::uint8_t type : Bytes{51, 55, 69})
-        cases.push_back({53, {type, 0, 0, 16, 0x81, 0, 0, 0, 1, 2, 3, 4, 0, 0, 0, 1}, {4, 3, 2, 1}});
-
-    for (const auto& [minor, block, value] : cases)
+    for (unsigned i = 0; i < 2 * 256; ++i)
     {
-        SCOPED_TRACE(Hex(block));
-        m_phone.SetVersion(kPnd, 5, minor);
-        PndField field = TextField(block[0], value.empty() ? BStr(std::u16string_view(u"AB\0", 3)) : nullptr);
-        std::copy(value.begin(), value.end(), reinterpret_cast<std::uint8_t*>(&field.value));
-        field.sub_attribute = block[0] == 11 ? 5 : 0;
+        const auto type = static_cast<std::uint8_t>(i);
+        const std::uint8_t minor = i < 256 ? 53 : 54;
+        SCOPED_TRACE("type " + std::to_string(type) + ", version 5." + std::to_string(minor));
+        m_phone.SetVersion(kResource, 5, minor);
+        const Form* form = type == kWideType && minor == 54 ? &kWideForm : FormOf(type);
+        if (form == nullptr)
+            continue;
+        const bool isText = form->value.empty();
+        const Bytes block = Bytes{type} + form->block;
+        PndField field = TextField(type, isText ? BStr(u"AB\0"sv) : nullptr);
+        std::copy(form->value.begin(), form->value.end(), reinterpret_cast<std::uint8_t*>(&field.value));
+        field.sub_attribute = type == 11 ? 5 : 0;
         EXPECT_EQ(Read(1, block), Fields{Describe(field)}) << "a text with its terminator";
-        if (value.empty())
-            field.value.text = BStr(u"AB");
+        Read(2, block + kMalformed, minor == 53, ZEL_E_FAIL);
+        field.value.text = isText ? BStr(u"AB") : field.value.text;
         EXPECT_TRUE(SameBytes(block, Written({field})));
+        // A number may look like an address.
+        field.value.text = BStr(u"A");
+        if (!isText)
+            ExpectNothingToLookFor(field);
     }
-    for (const std::uint8_t type : kUnknownTypes)
+}
+
+TEST_F(PNDHandler, OtherTypesAreAnAttributeAlone)
+{
+    for (unsigned i = 0; i < 256; ++i)
     {
-        SCOPED_TRACE(unsigned{type});
-        EXPECT_TRUE(SameBytes({type, 0, 0, 8, 0x81, 0, 0, 0}, Written({TextField(type, BStr(u"A"))})));
-        EXPECT_EQ(Read(1, {type, 0, 0, 12, 0x82, 4, 0, 'A', 0, 0, 0, 0}), Fields{"82 00 00  -"});
+        SCOPED_TRACE(i);
+        const auto type = static_cast<std::uint8_t>(i);
+        if (FormOf(type) != nullptr)
+            continue;
+        const Bytes bare = {type, 0, 0, 8, 0x81, 0, 0, 0};
+        PndField field = TextField(type, BStr(u"A"));
+        PndReadRecord search = {0, ZEL_PND_BY_TEXT, 0, 6, 5, {1, 0, 1, &field}};
+        EXPECT_EQ(Ask(ZEL_PND_READ_ENTRY, &search, 8, {0, 0}), ZEL_OK);
+        EXPECT_TRUE(SameBytes(bare, Bytes(m_phone.Last().body.begin() + 14, m_phone.Last().body.end())));
+        if (type != 0)
+            EXPECT_TRUE(SameBytes(bare, Written({field})));
+        if (type != kGroup)
+            EXPECT_EQ(Read(1, {type, 0, 0, 12, 0x82, 4, 0, 'A', 0, 0, 0, 0}), Fields{"82 00 00  -"});
     }
 }
 
@@ -381,20 +339,19 @@ TEST_F(PNDHandler, TheVersionChoosesTheLengthOfType63AndTheStore)
     const std::tuple<std::uint8_t, std::uint8_t, std::uint8_t, bool> versions[] = {
         {4, 99, 16, false}, {5, 24, 16, false}, {5, 25, 35, false},
         {5, 53, 35, false}, {5, 54, 35, true},  {6, 0, 35, true}};
-    const Bytes wide = {63, 0, 0, 12, 0x81, 0, 0, 4, 0, 'A', 0, 0};
-    const Bytes narrow = {63, 0, 0, 12, 0x81, 4, 0, 'A', 0, 0, 0, 0};
+    const PndField field = TextField(kWideType, BStr(u"A"));
     for (const auto& [major, minor, store, isWide] : versions)
     {
         SCOPED_TRACE(unsigned{minor});
-        m_phone.SetVersion(kPnd, major, minor);
+        m_phone.SetVersion(kResource, major, minor);
         PndReadStore16Record read = {};
-        EXPECT_EQ(Run(ZEL_PND_READ_STORE_16, read, 8, {0, 0}), ZEL_OK);
+        EXPECT_EQ(Ask(ZEL_PND_READ_STORE_16, &read, 8, {0, 0}), ZEL_OK);
         EXPECT_EQ(m_phone.Last().body[5], store);
-        EXPECT_TRUE(SameBytes(isWide ? wide : narrow, Written({TextField(63, BStr(u"A"))}, ZEL_PND_WRITE_STORE_16)));
+        EXPECT_EQ(Written({field}, ZEL_PND_WRITE_STORE_16)[5], isWide ? 0 : 4);
         EXPECT_EQ(m_phone.Last().body[7], store);
     }
-    const Bytes block = Written({TextField(63, BStr(std::u16string(200, u'x')))});
-    EXPECT_TRUE(SameBytes({63, 0, 1, 0x9C, 0x81, 0, 0x01, 0x92, 0, 'x'}, BytesAt(block.data(), 10)));
+    const Bytes block = Written({TextField(kWideType, BStr(std::u16string(200, u'x')))});
+    EXPECT_TRUE(SameBytes({kWideType, 0, 1, 0x9C, 0x81, 0, 0x01, 0x92, 0, 'x'}, BytesAt(block.data(), 10)));
 }
 
 TEST_F(PNDHandler, WritesFieldsInOrderWithoutTheUntypedOnes)
@@ -402,7 +359,7 @@ TEST_F(PNDHandler, WritesFieldsInOrderWithoutTheUntypedOnes)
     PndField fields[] = {TextField(0, nullptr), TextField(7, nullptr, 0), TextField(0, nullptr), TextField(58, nullptr),
                          TextField(8, static_cast<BSTR>(kUnreadable))};
     PndWriteRecord record = {0, 5, 0x0706, 5, fields};
-    EXPECT_EQ(Run(ZEL_PND_WRITE_ENTRY, record, 12, {0, 1, 4, 0, 0, 8, 9, 9, 0x12, 0x34}), ZEL_OK);
+    EXPECT_EQ(Ask(ZEL_PND_WRITE_ENTRY, &record, 12, kLocationReply), ZEL_OK);
     EXPECT_TRUE(SameBytes(EntryToWrite(5, 3) + Bytes{7,  0, 0, 8, 0x80, 2, 0, 0,  //
                                                      58, 0, 0, 8, 0x81, 0, 0, 0,  //
                                                      8,  0, 0, 8, 0x81, 2, 0, 0},
@@ -411,9 +368,7 @@ TEST_F(PNDHandler, WritesFieldsInOrderWithoutTheUntypedOnes)
     EXPECT_EQ(record.location, 0x1234);
     EXPECT_EQ(fields[1].attribute, 0x80) << "the attribute that was sent";
 
-    const std::vector<PndField> longs = {TextField(7, BStr(std::u16string(128, u'x'))),
-                                         TextField(8, BStr(std::u16string_view(u"A\0", 2)))};
-    const Bytes sent = Written(longs);
+    const Bytes sent = Written({TextField(7, BStr(std::u16string(128, u'x'))), TextField(8, BStr(u"A\0"sv))});
     ASSERT_EQ(sent.size(), 264u + 12u);
     EXPECT_TRUE(SameBytes({7, 0, 1, 8, 0x81, 2, 0, 'x'}, BytesAt(sent.data(), 8))) << "the low byte of a length";
     EXPECT_TRUE(SameBytes({8, 0, 0, 12, 0x81, 6, 0, 'A', 0, 0, 0, 0}, BytesAt(&sent[264], 12)));
@@ -421,37 +376,21 @@ TEST_F(PNDHandler, WritesFieldsInOrderWithoutTheUntypedOnes)
 
 TEST_F(PNDHandler, AGroupIsSentAsAHeaderAndItsTextsBehindIt)
 {
-    const auto units = [](std::size_t count, char unit) {
-        Bytes bytes;
-        for (std::size_t i = 0; i < count; ++i)
-            bytes = bytes + Bytes{0, static_cast<std::uint8_t>(unit)};
-        return bytes;
-    };
     // Sent are texts of 1 to 126 units; 257 units count as 1, but are all written.
-    PndField group = TextField(74, nullptr, 0);
-    BSTR const texts[] = {BStr(u"A"),
-                          BStr(std::u16string(127, u'y')),
-                          BStr(u""),
-                          static_cast<BSTR>(kUnreadable),
-                          BStr(std::u16string(126, u'y')),
-                          BStr(std::u16string(257, u'z'))};
-    std::copy(std::begin(texts), std::end(texts), group.texts);
+    PndField group = TextField(kGroup, nullptr, 0);
+    const std::u16string texts[] = {u"A", std::u16string(127, u'y'), u"",
+                                    u"",  std::u16string(126, u'y'), std::u16string(257, u'z')};
+    std::transform(std::begin(texts), std::end(texts), group.texts, [&](const auto& text) { return BStr(text); });
+    group.texts[3] = static_cast<BSTR>(kUnreadable);
     const Bytes expected = Bytes{74, 0, 0, 8, 0x80, 0, 0, 3, 75, 0, 0, 12, 0x80, 4, 0, 'A', 0, 0, 0, 0} +
-                           Bytes{79, 0, 1, 4, 0x80, 254} + units(126, 'y') + Bytes{0, 0, 80, 0, 2, 12, 0x80, 4} +
-                           units(257, 'z') + Bytes(4);
+                           Bytes{79, 0, 1, 4, 0x80, 254} + WireText(texts[4]) + Bytes{0, 0, 80, 0, 2, 12, 0x80, 4} +
+                           WireText(texts[5]) + Bytes(4);
     EXPECT_EQ(expected.size(), 8u + 12u + 260u + 524u);
     for (const std::uint32_t messageId : {ZEL_PND_WRITE_ENTRY, ZEL_PND_WRITE_FIELDS, ZEL_PND_WRITE_STORE_16})
     {
         EXPECT_TRUE(SameBytes(expected, Written({group}, messageId)));
         EXPECT_EQ(m_written[0].attribute, 0x80);
     }
-
-    const Bytes bare = {74, 0, 0, 8, 0x81, 0, 0, 0};
-    EXPECT_TRUE(SameBytes(bare, Written({TextField(74, nullptr)})));
-    PndField search = TextField(74, BStr(u"A"));
-    PndReadRecord record = {0, ZEL_PND_BY_TEXT, 0, 6, 5, {1, 0, 1, &search}};
-    EXPECT_EQ(Run(ZEL_PND_READ_ENTRY, record, 8, {0, 0}), ZEL_OK);
-    EXPECT_TRUE(SameBytes(Bytes{1, 0, 6, 1, 0xFF, 5, 0, 0, 0, 0, 0xFF, 0xFF, 0, 1} + bare, m_phone.Last().body));
 }
 
 TEST_F(PNDHandler, AnEntryHoldsWhatThePhoneSends)
@@ -464,38 +403,35 @@ TEST_F(PNDHandler, AnEntryHoldsWhatThePhoneSends)
                          75, 0, 0, 12, 9,    4, 0, 'B', 0, 0, 0, 0,  // replaces the first
                          76, 0, 0, 4};                               // unreadable: ends the walk
     const std::string zeros(126, '0');
-    const std::tuple<const char*, std::uint8_t, Bytes, Fields> cases[] = {
-        {"nothing", 0, {}, {}},
-        {"fewer fields than counted", 255, {}, Fields(255, "00 00 00  -")},
-        {"a group", 2, group + kTextField, {"81 00 4a  - 'B0' - - - - 'F'", "81 00 07  'A0'"}},
-        {"a group that claims more texts",
-         1,
-         {74, 0, 0, 16, 0x81, 0, 0, 255, 75, 0, 0, 8, 9, 255, 0, 'A'},
-         {"81 00 4a  - 'A" + zeros + "' - - - - -"}},
-        {"a length beyond the sub-block", 1, {7, 0, 0, 8, 0x81, 255, 0, 'A'}, {"81 00 07  'A" + zeros + "'"}},
-        {"an odd length", 1, {8, 0, 0, 8, 0x81, 3, 0, 'B'}, {"81 00 08  'B'"}},
-        {"no length", 1, {9, 0, 0, 8, 0, 0, 0, 0}, {"00 00 09  ''"}},
-        {"1 stands for the sub-attribute 0", 1, {11, 0, 0, 8, 0x81, 0, 0, 0}, {"81 01 0b  ''"}},
-        {"numbers",
-         2,
-         kTextField + Bytes{25, 0, 0, 8, 0x81, 6, 0, 0},
-         {"81 00 07  'A0'", "81 00 19 06 00 00 00 00 00 00 00 "}},
+    const std::tuple<std::uint8_t, Bytes, Fields> cases[] = {
+        {0, {}, {}},
+        {255, {}, Fields(255, "00 00 00  -")},  // fewer fields than counted
+        {2, group + kTextField, {"81 00 4a  - 'B0' - - - - 'F'", "81 00 07  'A0'"}},
+        // Groups whose count and length are too large, or too small.
+        {1, {74, 0, 0, 16, 0x81, 0, 0, 255, 75, 0, 0, 8, 9, 255, 0, 'A'}, {"81 00 4a  - 'A" + zeros + "' - - - - -"}},
+        {1,
+         {74, 0, 0, 24, 0x81, 0, 0, 1, 75, 0, 0, 8, 9, 2, 0, 'A', 76, 0, 0, 8, 9, 2, 0, 'B'},
+         {"81 00 4a  - 'A' - - - - -"}},
+        // A length beyond the sub-block, an odd one, and none; 1 stands for the sub-attribute 0.
+        {1, {7, 0, 0, 8, 0x81, 255, 0, 'A'}, {"81 00 07  'A" + zeros + "'"}},
+        {1, {8, 0, 0, 8, 0x81, 3, 0, 'B'}, {"81 00 08  'B'"}},
+        {1, {9, 0, 0, 8, 0, 0, 0, 0}, {"00 00 09  ''"}},
+        {1, {11, 0, 0, 8, 0x81, 0, 0, 0}, {"81 01 0b  ''"}},
+        {2, kTextField + Bytes{25, 0, 0, 8, 0x81, 6, 0, 0}, {"81 00 07  'A0'", "81 00 19 06 00 00 00 00 00 00 00 "}},
     };
-    for (const auto& [name, count, fields, expected] : cases)
+    for (const auto& [count, fields, expected] : cases)
     {
-        SCOPED_TRACE(name);
+        SCOPED_TRACE(Hex(fields));
         EXPECT_EQ(Read(count, fields), expected);
         EXPECT_EQ(count == 0 ? Fields() : Read(count, fields, true), expected) << "fields alone";
     }
-    FailEachAllocation([&] { return Read(1, group), m_result; });
-
-    const Bytes small = {74, 0, 0, 16, 0x81, 9, 9, 1, 75, 0, 0, 8, 9, 2, 0, 'A'};
-    for (const Bytes& before : {Bytes(), kTextField, small})
-        for (const bool fieldsAlone : {false, true})
-        {
-            Read(before.empty() ? 1 : 2, before + kMalformed, fieldsAlone);
-            EXPECT_EQ(m_result, ZEL_E_FAIL) << "a malformed field delivers none";
-        }
+    for (const bool fieldsAlone : {false, true})
+    {
+        Read(1, kMalformed, fieldsAlone, ZEL_E_FAIL);
+        Read(2, group + kMalformed, fieldsAlone, ZEL_E_FAIL);
+    }
+    const PndReadRecord record = {0, 7, 8, 9, 5, {1, 0, 1, &m_field}};
+    Survives(ZEL_PND_READ_ENTRY, &record, 8, EntryHead(1) + group);
 }
 
 TEST_F(PNDHandler, ListsItems)
@@ -505,14 +441,13 @@ TEST_F(PNDHandler, ListsItems)
                          30, 0, 0, 8,  1,    1,    1,    1,                                    // another id
                          29, 0, 0, 16, 0x11, 0x12, 0x13, 0x14, 0x15, 5, 0, 'A', 0, 'B', 9, 0,  //
                          29, 0, 0, 4};                                                         // unreadable
-    ASSERT_EQ(Run(ZEL_PND_LIST, record, 38, reply), ZEL_OK);
+    ASSERT_EQ(Ask(ZEL_PND_LIST, &record, 38, reply), ZEL_OK);
     ASSERT_EQ(record.count, 3);
     EXPECT_TRUE(SameBytes({0, 0, 0, 0, 0x11, 0x12, 0x14, 0x13, 0x15, 5}, BytesAt(&record.items[1], 10)));
     EXPECT_EQ(Describe(record.items[1].text), " 'AB'");
     for (const int zeroed : {0, 2})
         EXPECT_TRUE(SameBytes(Bytes(24), BytesAt(&record.items[zeroed], 24)));
-    SysFreeString(record.items[1].text);
-    CoTaskMemFree(record.items);
+    FreeReceived(ZEL_PND_LIST, &record);
 }
 
 TEST_F(PNDHandler, ReadsStores)
@@ -527,7 +462,7 @@ TEST_F(PNDHandler, ReadsStores)
     for (const auto& [reply, count, items] : cases)
     {
         RawRecord record(9);
-        EXPECT_EQ(Run(ZEL_PND_READ_STORE_14, record, 8, reply), ZEL_OK);
+        EXPECT_EQ(Ask(ZEL_PND_READ_STORE_14, &record, 8, reply), ZEL_OK);
         const Parts fields = {{6, {0x34, 0x12, 0xBC, 0x9A, 0x78, 0x56, count}}, {16, Bytes(8)}};
         EXPECT_TRUE(SameRecord(fields, count == 0 ? Parts() : Parts{{16, items}}, record, 9));
         CoTaskMemFree(record.PointerAt(16));
@@ -537,7 +472,7 @@ TEST_F(PNDHandler, ReadsStores)
     const Bytes reply = {9,  0x11, 0x12, 0x13, 0x14, 0x15, 9,    9,    9,    2,  //
                          2,  0,    0,    8,    1,    1,    1,    1,              //
                          16, 0,    0,    12,   0x21, 0x22, 0x23, 0x24, 0x25, 0x26, 0, 0};
-    EXPECT_EQ(Run(ZEL_PND_STORE_STATE, state, 4, reply), ZEL_OK);
+    EXPECT_EQ(Ask(ZEL_PND_STORE_STATE, &state, 4, reply), ZEL_OK);
     const Bytes values = {0x15, 0x14, 0x13, 0x12, 0x22, 0x21, 0x24, 0x23, 0x25, 0x26};
     EXPECT_TRUE(SameRecord({{4, {0x11}}, {8, values}}, {}, state, 0));
 }
@@ -549,17 +484,16 @@ TEST_F(PNDHandler, DecodesAndFreesAnEvent)
     {
         const Bytes body = {9, 1, 2, 3, 4, 5, 6, 7, code, 8};
         const Bytes expected = {0, 0, 0, 0, 1, 0, 0, 0, 5, 4, 3, 2, 7, 6, kind, 8};
-        FailEachAllocation([&] {
-            m_decoded = nullptr;
-            if (const std::uint32_t result = Decode(30, body); result != ZEL_OK)
-                return m_decoded == nullptr ? result : ZEL_OK;
-            EXPECT_EQ(m_decodedId, ZEL_PND_EVENT);
-            EXPECT_TRUE(SameBytes(expected, BytesAt(m_decoded, sizeof(PndEventRecord))));
-            EXPECT_EQ(m_handler.FreeDecodedData(ZEL_PND_EVENT - 1, m_decoded), ZEL_NOT_HANDLED);
-            return m_handler.FreeDecodedData(ZEL_PND_EVENT, m_decoded);
-        });
+        PndEventRecord* event = nullptr;
+        ASSERT_EQ(Decode(30, body, ZEL_PND_EVENT, event), ZEL_OK);
+        EXPECT_TRUE(SameBytes(expected, BytesAt(event, sizeof *event)));
+        EXPECT_EQ(m_handler.FreeDecodedData(ZEL_PND_EVENT - 1, event), ZEL_NOT_HANDLED);
+        EXPECT_EQ(m_handler.FreeDecodedData(ZEL_PND_EVENT, event), ZEL_OK);
+        SurvivesIndication(m_handler, ZEL_PND_EVENT, {30, body});
     }
-    EXPECT_EQ(Decode(29, {}), ZEL_NOT_HANDLED);
+    ExpectNotDecoded(29);
     for (void* bad : {static_cast<void*>(nullptr), kUnreadable})
         EXPECT_EQ(m_handler.FreeDecodedData(ZEL_PND_EVENT, bad), ZEL_OK);
 }
+
+}  // namespace

@@ -7,16 +7,16 @@
 #include <algorithm>
 #include <initializer_list>
 #include <iterator>
-#include <limits>
 #include <utility>
 
 namespace
 {
 
-/// What stands behind the attribute of a field.
+/// What stands behind the attribute of a field. Values of the forms before kNumber8 are texts, where they are anything.
 enum class FieldForm
 {
     kUnknown,
+    kGroup,
     kText,
     kText63,
     kQualifiedText,
@@ -24,8 +24,12 @@ enum class FieldForm
     kNumber16,
     kNumber32,
     kCompound,
-    kGroup,
 };
+
+bool HoldsText(FieldForm form)
+{
+    return form < FieldForm::kNumber8;
+}
 
 struct FieldTypes
 {
@@ -93,22 +97,10 @@ void TransferPayload(Direction wire, Field& field, FieldForm form, bool hasWideL
     }
 }
 
-/// Appends a text and its terminator; all units of the text, also zeros in its middle. A null one is an empty one.
-void AppendTerminated(CMsgBase& payload, BSTR text)
-{
-    constexpr auto kAll = std::numeric_limits<std::int32_t>::max();
-    payload.AppendStringN(text, static_cast<std::int32_t>(SysStringLen(text)), kAll, true);
-}
-
-BSTR Readable(BSTR text)
-{
-    return IsReadable(text) ? text : nullptr;
-}
-
 /// Length of a text on the wire, in bytes and with its terminator.
-std::uint32_t WireLength(BSTR text)
+std::uint32_t WireLength(CTextView text)
 {
-    return 2 * SysStringLen(text) + 2;
+    return static_cast<std::uint32_t>(2 * text.size() + 2);
 }
 
 class CPayloadWriter
@@ -116,23 +108,29 @@ class CPayloadWriter
   public:
     explicit CPayloadWriter(CMsgBase& payload) : m_payload(payload) {}
 
-    void Fixed(std::initializer_list<std::uint8_t> bytes) { m_payload.AppendBytes(bytes.size(), bytes.begin()); }
+    void Fixed(std::initializer_list<std::uint8_t> bytes) { m_payload.AppendBytes(bytes); }
     void SubAttribute(std::uint8_t value) { m_payload.AppendByte(value); }
     void Byte(std::uint32_t value) { m_payload.AppendByte(static_cast<std::uint8_t>(value)); }
     void Word(std::uint32_t value) { m_payload.AppendWord(static_cast<std::uint16_t>(value)); }
     void Dword(std::uint32_t value) { m_payload.AppendDword(value); }
     void Text(BSTR text)
     {
-        Byte(WireLength(Readable(text)));
-        AppendTerminated(m_payload, Readable(text));
+        Byte(WireLength(TextOf(text)));
+        Terminated(TextOf(text));
     }
     void WideText(BSTR text)
     {
-        Word(WireLength(Readable(text)));
-        AppendTerminated(m_payload, Readable(text));
+        Word(WireLength(TextOf(text)));
+        Terminated(TextOf(text));
     }
 
   private:
+    void Terminated(CTextView text)
+    {
+        AppendText(m_payload, text);
+        m_payload.AppendWord(0);
+    }
+
     CMsgBase& m_payload;
 };
 
@@ -207,19 +205,15 @@ void ReadGroup(CMsgBase& payload, PndField& field)
 bool IsSentInGroup(BSTR text)
 {
     constexpr std::uint8_t kLongest = 126;
-    if (!IsReadable(text))
-        return false;
-    const auto length = static_cast<std::uint8_t>(SysStringLen(text));
+    const auto length = static_cast<std::uint8_t>(TextOf(text).size());
     return length != 0 && length <= kLongest;
 }
 
 void WriteGroup(CMsgBase& message, const PndField& field)
 {
     CSubBlock header = NewBlock(kByteIdBlock, field.type);
-    header.AppendByte(field.attribute);
-    header.AppendWord(0);
-    header.AppendByte(
-        static_cast<std::uint8_t>(std::count_if(std::begin(field.texts), std::end(field.texts), IsSentInGroup)));
+    const auto count = static_cast<std::uint8_t>(std::ranges::count_if(field.texts, IsSentInGroup));
+    header.AppendBytes({field.attribute, 0, 0, count});
     header.WriteTo(&message);
 
     for (std::size_t i = 0; i < kGroupTexts; ++i)
@@ -238,11 +232,6 @@ void SetDefaultAttribute(PndField& field)
     constexpr std::uint8_t kDefault = 0x80;
     if (field.attribute == 0)
         field.attribute = kDefault;
-}
-
-bool HoldsText(FieldForm form)
-{
-    return form == FieldForm::kText || form == FieldForm::kText63 || form == FieldForm::kQualifiedText;
 }
 
 void FreeFieldTexts(const PndField& field)
@@ -296,16 +285,7 @@ void CPNDFieldCodec::ReadField(CMsgBase& block, PndField& field, std::uint16_t t
         TransferPayload(CPayloadReader(block), field, form, m_hasWideLength63);
 }
 
-BSTR PndTextOf(const PndField& field)
+CTextView PndTextOf(const PndField& field)
 {
-    switch (FormOf(field.type))
-    {
-    case FieldForm::kNumber8:
-    case FieldForm::kNumber16:
-    case FieldForm::kNumber32:
-    case FieldForm::kCompound:
-        return nullptr;
-    default:
-        return Readable(field.value.text);
-    }
+    return HoldsText(FormOf(field.type)) ? TextOf(field.value.text) : CTextView();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "handlers/base/CallersData.h"
 #include "message/MsgBase.h"
 #include "zelapi/pnd.h"
 
@@ -28,5 +29,6 @@ class CPNDFieldCodec
     bool m_hasWideLength63;
 };
 
-/// The text of a field, of an unknown type too; null if its value is a number, or the text cannot be read.
-BSTR PndTextOf(const PndField& field);
+/// The text of a field, of an unknown type too. Empty for a number, which names no text, and for one that cannot be
+/// read.
+CTextView PndTextOf(const PndField& field);

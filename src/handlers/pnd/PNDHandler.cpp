@@ -1,37 +1,52 @@
 #include "handlers/pnd/PNDHandler.h"
 
 #include "handlers/base/Blocks.h"
-#include "handlers/base/Owners.h"
+#include "handlers/base/CallersData.h"
 #include "handlers/base/RecordArray.h"
+#include "handlers/pnd/PNDFieldCodec.h"
+#include "zelapi/pnd.h"
 
-#include <optional>
+#include <algorithm>
 
 namespace
 {
 
-enum MessageId : std::uint8_t
-{
-    kStoreStateRequest = 3,
-    kStoreStateReply = 4,
-    kReadRequest = 7,
-    kReadReply = 8,
-    kReadFieldsRequest = 9,
-    kReadFieldsReply = 10,
-    kWriteRequest = 11,
-    kWriteReply = 12,
-    kWriteFieldsRequest = 13,
-    kWriteFieldsReply = 14,
-    kCommand15Request = 15,
-    kCommand15Reply = 16,
-    kCommand21Request = 21,
-    kCommand21Reply = 22,
-    kCommand23Request = 23,
-    kCommand23Reply = 24,
-    kCommand28Request = 28,
-    kCommand28Reply = 29,
-    kEventIndication = 30,
-    kListRequest = 37,
-    kListReply = 38,
+void Command21(CConversation& phone, const PndCommandRecord& record);
+void Command23(CConversation& phone, const PndCommandRecord& record);
+void ReadEntry(CConversation& phone, PndReadRecord& record);
+void WriteEntry(CConversation& phone, PndWriteRecord& record);
+void ReadFields(CConversation& phone, PndReadRecord& record);
+void WriteFields(CConversation& phone, PndWriteRecord& record);
+void Command28(CConversation& phone, const PndCommand28Record& record);
+void Command15(CConversation& phone, const PndCommand15Record& record);
+void List(CConversation& phone, PndListRecord& record);
+void ReadStore14(CConversation& phone, PndStore14Record& record);
+void WriteStore14(CConversation& phone, const PndStore14Record& record);
+void ReadStore16(CConversation& phone, PndReadStore16Record& record);
+void WriteStore16(CConversation& phone, PndWriteRecord& record);
+void ReadStoreState(CConversation& phone, PndStoreStateRecord& record);
+CTaskMemOwner<PndEventRecord> ReadEvent(CMessage& message);
+void FreeEvent(void* event);
+
+constexpr Operation kOperations[] = {
+    {ZEL_PND_COMMAND_21, Serve<Command21>},
+    {ZEL_PND_COMMAND_23, Serve<Command23>},
+    {ZEL_PND_READ_ENTRY, Serve<ReadEntry>},
+    {ZEL_PND_WRITE_ENTRY, Serve<WriteEntry>},
+    {ZEL_PND_READ_FIELDS, Serve<ReadFields>},
+    {ZEL_PND_WRITE_FIELDS, Serve<WriteFields>},
+    {ZEL_PND_COMMAND_28, Serve<Command28>},
+    {ZEL_PND_COMMAND_15, Serve<Command15>},
+    {ZEL_PND_LIST, Serve<List>},
+    {ZEL_PND_READ_STORE_14, Serve<ReadStore14>},
+    {ZEL_PND_WRITE_STORE_14, Serve<WriteStore14>},
+    {ZEL_PND_READ_STORE_16, Serve<ReadStore16>},
+    {ZEL_PND_WRITE_STORE_16, Serve<WriteStore16>},
+    {ZEL_PND_STORE_STATE, Serve<ReadStoreState>},
+};
+
+constexpr Indication kIndications[] = {
+    {30, ZEL_PND_EVENT, Decode<ReadEvent>, FreeEvent},
 };
 
 enum SubBlockId : std::uint16_t
@@ -39,109 +54,137 @@ enum SubBlockId : std::uint16_t
     kEntryBlock = 1,
     kLocationBlock = 4,
     kStatusBlock = 15,
-    kStateBlock = 16,
     kStore14Block = 26,
-    kItemBlock = 29,
-    kStoreBlock = 48,
 };
 
-constexpr std::uint16_t kAnyLocation = 0xFFFF;
 constexpr std::uint8_t kStore14 = 14;
-constexpr std::uint8_t kOldStore16 = 16;
-constexpr std::uint8_t kNewStore16 = 35;
-constexpr std::uint8_t kStore14Item = 11;
+constexpr std::uint8_t kStore16 = 16;
 
-// Requests
-
-void AppendCommand(CMessage& message, const PndCommandRecord& record)
+/// Where the phone keeps what older ones have in store 16.
+std::uint8_t Store16(const CConversation& phone)
 {
-    message.AppendByte(0);
-    message.AppendByte(record.value_4);
-    message.AppendDword(0);
+    constexpr std::uint8_t kNewStore = 35;
+    return phone.IsAtLeast(5, 25) ? kNewStore : kStore16;
 }
+
+CPNDFieldCodec FieldCodec(const CConversation& phone)
+{
+    return CPNDFieldCodec(phone.IsAtLeast(5, 54));
+}
+
+/// The number of sub-blocks in a reply, which is then read up to the first of them. Leaves with 0 if there are none,
+/// and with the result of the status if the first is one.
+std::uint8_t RequireRun(CMessage& reply)
+{
+    reply.Skip(1);
+    const std::uint8_t count = reply.ReadByte();
+    if (count == 0)
+        ThrowCode(ZEL_OK);
+    const std::uint32_t start = reply.GetPosition();
+    CSubBlock first = NewBlock(kByteIdBlock);
+    if (first.ReadFrom(&reply) && first.GetId() == kStatusBlock)
+        ThrowCode(StatusResult(reply, first.ReadByte()));
+    reply.SetPosition(start);
+    return count;
+}
+
+/// The first sub-block of a reply. Leaves like RequireRun, and with 0 if it cannot be read.
+CSubBlock RequireBlock(CMessage& reply)
+{
+    RequireRun(reply);
+    CSubBlock block = NewBlock(kByteIdBlock);
+    if (!block.ReadFrom(&reply))
+        ThrowCode(ZEL_OK);
+    return block;
+}
+
+// Commands
+
+void SendCommand(CConversation& phone, const PndCommandRecord& record, const Exchange& command)
+{
+    CMessage message = phone.Request(command);
+    message.AppendBytes({0, record.value_4, 0, 0, 0, 0});
+    phone.Ask(message, command);
+    RequireRun(message);
+}
+
+constexpr Exchange kCommand21 = {.request = 21, .reply = 22, .answers = {22}};
+
+void Command21(CConversation& phone, const PndCommandRecord& record)
+{
+    SendCommand(phone, record, kCommand21);
+}
+
+constexpr Exchange kCommand23 = {.request = 23, .reply = 24, .answers = {24}};
+
+void Command23(CConversation& phone, const PndCommandRecord& record)
+{
+    SendCommand(phone, record, kCommand23);
+}
+
+constexpr Exchange kCommand28 = {.request = 28, .reply = 29, .answers = {29}};
+
+void Command28(CConversation& phone, const PndCommand28Record& record)
+{
+    CMessage message = phone.Request(kCommand28);
+    message.AppendBytes({0xFF, record.store, 0, 0, 0, 0});
+    message.AppendWord(record.location);
+    message.AppendBytes({record.value_8, record.value_7, 0, 0, 0, 0});
+
+    phone.Ask(message, kCommand28);
+    // Here a status comes under any sub-block id.
+    CSubBlock status = RequireBlock(message);
+    ThrowCode(StatusResult(message, status.ReadByte()));
+}
+
+constexpr Exchange kCommand15 = {.request = 15, .reply = 16, .answers = {16}};
+
+void Command15(CConversation& phone, const PndCommand15Record& record)
+{
+    if (record.store == kStore16)
+        ThrowCode(ZEL_E_ARGUMENT);
+    CMessage message = phone.Request(kCommand15);
+    message.AppendBytes({0, 1});
+    CSubBlock block = NewBlock(kByteIdBlock, kLocationBlock);
+    block.AppendBytes({0x80, 0xFF});
+    block.AppendWord(record.location);
+    block.AppendBytes({0, 0, 0, 0, record.store});
+    block.WriteTo(&message);
+
+    phone.Ask(message, kCommand15);
+    RequireRun(message);
+}
+
+// Reading entries
+
+constexpr Exchange kRead = {.request = 7, .reply = 8, .answers = {8}};
+
+/// The request up to where it says which entry.
+CMessage ReadRequest(const CConversation& phone, std::uint8_t kind, std::uint8_t mode, std::uint8_t value6,
+                     std::uint8_t store)
+{
+    CMessage message = phone.Request(kRead);
+    message.AppendBytes({kind, mode, value6, 1, 0xFF, store, 0, 0, 0, 0});
+    return message;
+}
+
+constexpr std::uint16_t kAnyLocation = 0xFFFF;
 
 void AppendLocation(CMessage& message, std::uint8_t kind, std::uint16_t location)
 {
     const bool isAny = kind == ZEL_PND_ANY_LOCATION_2 || kind == ZEL_PND_ANY_LOCATION_3;
     message.AppendWord(isAny ? kAnyLocation : location);
-    message.AppendByte(0);
-    message.AppendByte(0);
+    message.AppendBytes({0, 0});
 }
 
-/// The first of an array of the application's. Throws ZEL_E_ARGUMENT if it cannot be read.
-template <typename Element>
-Element& FirstOf(Element* elements)
+void AppendSearch(CMessage& message, PndField& wanted, const CPNDFieldCodec& codec)
 {
-    if (!IsReadable(elements))
-        ThrowCode(ZEL_E_ARGUMENT);
-    return *elements;
-}
-
-void AppendSearch(CMessage& message, PndField* fields, const CPNDFieldCodec& codec)
-{
-    PndField& field = FirstOf(fields);
     // Only the low byte of the length counts.
-    if (static_cast<std::uint8_t>(SysStringLen(PndTextOf(field))) == 0)
+    if (static_cast<std::uint8_t>(PndTextOf(wanted).size()) == 0)
         ThrowCode(ZEL_E_ARGUMENT);
     message.AppendWord(kAnyLocation);
-    message.AppendByte(0);
-    message.AppendByte(1);
-    codec.Write(message, field);
-}
-
-/// Lowers the record's count by the fields without a type. Returns what it was.
-/// Throws ZEL_E_ARGUMENT if no field is left, or the fields cannot be read.
-std::uint8_t DropUntyped(PndWriteRecord& record)
-{
-    const std::uint8_t total = record.field_count;
-    if (total != 0)
-        FirstOf(record.fields);
-    for (std::size_t i = 0; i < total; ++i)
-        if (record.fields[i].type == 0)
-            --record.field_count;
-    if (record.field_count == 0)
-        ThrowCode(ZEL_E_ARGUMENT);
-    return total;
-}
-
-void AppendFields(CMessage& message, PndField* fields, std::uint8_t total, const CPNDFieldCodec& codec)
-{
-    for (std::size_t i = 0; i < total; ++i)
-        if (fields[i].type != 0)
-            codec.WriteToStore(message, fields[i]);
-}
-
-CSubBlock EntryBlock(std::uint8_t store, std::uint16_t location, std::uint8_t count)
-{
-    CSubBlock block = NewBlock(kByteIdBlock, kEntryBlock);
-    block.AppendByte(0xFF);
-    block.AppendByte(store);
-    block.AppendWord(location);
-    block.AppendDword(0);
-    block.AppendWord(0);
-    block.AppendByte(0);
-    block.AppendByte(count);
-    return block;
-}
-
-// Replies
-
-/// Reads the first sub-block of a reply; false if there is none.
-bool ReadFirstBlock(CMessage& reply, CSubBlock& block)
-{
-    reply.Skip(1);
-    return reply.ReadByte() != 0 && block.ReadFrom(&reply);
-}
-
-/// The status that a run of sub-blocks starts with. If it starts otherwise, the cursor stays at its start.
-std::optional<std::uint8_t> LeadingStatus(CMessage& reply)
-{
-    const std::uint32_t start = reply.GetPosition();
-    CSubBlock block = NewBlock(kByteIdBlock);
-    if (block.ReadFrom(&reply) && block.GetId() == kStatusBlock)
-        return block.ReadByte();
-    reply.SetPosition(start);
-    return std::nullopt;
+    message.AppendBytes({0, 1});
+    codec.Write(message, wanted);
 }
 
 std::uint8_t LastByte(const CSubBlock& block)
@@ -159,19 +202,33 @@ void TakeFields(CMessage& reply, std::uint8_t count, PndEntry& entry, const CPND
     entry.field_count = count;
 }
 
-void FreeItemText(const PndItem& item)
+void FetchEntry(const CConversation& phone, CMessage& message, PndEntry& entry)
 {
-    SysFreeString(item.text);
+    phone.Ask(message, kRead);
+    CSubBlock block = RequireBlock(message);
+    if (block.GetId() != kEntryBlock)
+        return;
+    block.Skip(2);
+    entry.location = block.ReadWord();
+    entry.value = block.ReadDword();
+    TakeFields(message, LastByte(block), entry, FieldCodec(phone));
 }
 
-void ReadItem(CMsgBase& block, PndItem& item)
+void ReadEntry(CConversation& phone, PndReadRecord& record)
 {
-    item.value_4 = block.ReadByte();
-    item.value_5 = block.ReadByte();
-    item.value_6 = block.ReadWord();
-    item.value_8 = block.ReadByte();
-    item.text_length = block.ReadByte();
-    item.text = block.ReadString(item.text_length / 2u);
+    CMessage message = ReadRequest(phone, record.kind, record.mode, record.value_6, record.store);
+    if (record.kind == ZEL_PND_BY_TEXT && record.mode != ZEL_PND_MODE_LOCATION)
+        AppendSearch(message, Required(record.entry.fields), FieldCodec(phone));
+    else
+        AppendLocation(message, record.kind, record.entry.location);
+    FetchEntry(phone, message, record.entry);
+}
+
+void ReadStore16(CConversation& phone, PndReadStore16Record& record)
+{
+    CMessage message = ReadRequest(phone, record.kind, ZEL_PND_MODE_LOCATION, 0, Store16(phone));
+    AppendLocation(message, record.kind, record.location);
+    FetchEntry(phone, message, record.entry);
 }
 
 void ReadStore14Item(CMsgBase& block, PndStore14Item& item)
@@ -189,14 +246,171 @@ void TakeStore14Items(CMessage& reply, std::uint8_t count, PndStore14Record& rec
 {
     record.count = 0;
     record.items = nullptr;
-    if (count == 0)
-        return;
-    auto items = AllocateRecords<PndStore14Item>(count);
-    CSubBlock block = NewBlock(kByteIdBlock);
+    CRecordArray<PndStore14Item> items(count);
     // The phone describes the first item only, whatever their number.
-    if (block.ReadFrom(&reply) && block.GetId() == kStore14Block)
-        ReadStore14Item(block, *items);
-    record.items = items.release();
+    ForEachBlock(reply, count == 0 ? 0 : 1, kByteIdBlock, [&](CSubBlock& block, std::uint32_t index) {
+        if (block.GetId() == kStore14Block)
+            ReadStore14Item(block, items[index]);
+    });
+    record.items = items.Release();
+    record.count = count;
+}
+
+void ReadStore14(CConversation& phone, PndStore14Record& record)
+{
+    CMessage message = ReadRequest(phone, record.kind, ZEL_PND_MODE_LOCATION, 0, kStore14);
+    AppendLocation(message, record.kind, record.location);
+
+    phone.Ask(message, kRead);
+    CSubBlock block = RequireBlock(message);
+    if (block.GetId() != kEntryBlock)
+        return;
+    block.Skip(2);
+    record.location = block.ReadWord();
+    record.value = block.ReadDword();
+    TakeStore14Items(message, LastByte(block), record);
+}
+
+// Writing entries. Whatever message answers a write is its reply.
+
+constexpr Exchange kWrite = {.request = 11, .reply = 12, .answers = {12}};
+
+/// The request up to its fields.
+CMessage WriteRequest(const CConversation& phone, std::uint8_t store, std::uint16_t location, std::uint8_t count)
+{
+    CMessage message = phone.Request(kWrite);
+    message.AppendBytes({0, 1});
+    CSubBlock block = NewBlock(kByteIdBlock, kEntryBlock);
+    block.AppendBytes({0xFF, store});
+    block.AppendWord(location);
+    block.AppendBytes({0, 0, 0, 0, 0, 0, 0, count});
+    block.WriteTo(&message);
+    return message;
+}
+
+/// The fields of a record whose count is lowered by those without a type. Throws ZEL_E_ARGUMENT if no field is left, or
+/// they cannot be read.
+std::span<PndField> CountTyped(PndWriteRecord& record)
+{
+    const auto fields = ElementsOf(record.fields, record.field_count);
+    const auto untyped = std::ranges::count(fields, 0, &PndField::type);
+    record.field_count = static_cast<std::uint8_t>(record.field_count - untyped);
+    if (record.field_count == 0)
+        ThrowCode(ZEL_E_ARGUMENT);
+    return fields;
+}
+
+void AppendTyped(CMessage& message, std::span<PndField> fields, const CPNDFieldCodec& codec)
+{
+    for (PndField& field : fields)
+        if (field.type != 0)
+            codec.WriteToStore(message, field);
+}
+
+void StoreEntry(const CConversation& phone, PndWriteRecord& record, std::uint8_t store)
+{
+    const auto fields = CountTyped(record);
+    CMessage message = WriteRequest(phone, store, record.location, record.field_count);
+    AppendTyped(message, fields, FieldCodec(phone));
+
+    phone.Send(message, kWrite);
+    CSubBlock block = RequireBlock(message);
+    if (block.GetId() != kLocationBlock)
+        return;
+    block.Skip(2);
+    record.location = block.ReadWord();
+}
+
+void WriteEntry(CConversation& phone, PndWriteRecord& record)
+{
+    StoreEntry(phone, record, record.store);
+}
+
+void WriteStore16(CConversation& phone, PndWriteRecord& record)
+{
+    StoreEntry(phone, record, Store16(phone));
+}
+
+void WriteStore14(CConversation& phone, const PndStore14Record& record)
+{
+    constexpr std::uint8_t kItem = 11;
+    const PndStore14Item& item = Required(record.items);
+    CMessage message = WriteRequest(phone, kStore14, record.location, 1);
+    CSubBlock block = NewBlock(kByteIdBlock, kStore14Block);
+    block.AppendBytes({0x80, 0xFF});
+    block.AppendWord(item.value_6);
+    block.AppendBytes({0, 0, 0, 0, item.value_5, kItem, item.value_13, 0});
+    block.WriteTo(&message);
+
+    phone.Send(message, kWrite);
+    RequireRun(message);
+}
+
+// Fields of an entry
+
+constexpr Exchange kReadFields = {.request = 9, .reply = 10, .answers = {10}};
+
+void ReadFields(CConversation& phone, PndReadRecord& record)
+{
+    const PndField& wanted = Required(record.entry.fields);
+    CMessage message = phone.Request(kReadFields);
+    message.AppendBytes({0xFF, record.store, 0, 0, 0, 0});
+    message.AppendWord(record.entry.location);
+    message.AppendBytes({wanted.type, wanted.attribute, 0, 0});
+
+    phone.Ask(message, kReadFields);
+    const std::uint8_t count = RequireRun(message);
+    TakeFields(message, count, record.entry, FieldCodec(phone));
+}
+
+constexpr Exchange kWriteFields = {.request = 13, .reply = 14, .answers = {14}};
+
+void WriteFields(CConversation& phone, PndWriteRecord& record)
+{
+    const auto fields = CountTyped(record);
+    CMessage message = phone.Request(kWriteFields);
+    message.AppendBytes({0xFF, record.store, 0, 0, 0, 0});
+    message.AppendWord(record.location);
+    message.AppendBytes({0, record.field_count});
+    AppendTyped(message, fields, FieldCodec(phone));
+
+    phone.Ask(message, kWriteFields);
+    RequireRun(message);
+}
+
+// Lists and stores
+
+void FreeItemText(const PndItem& item)
+{
+    SysFreeString(item.text);
+}
+
+void ReadItem(CMsgBase& block, PndItem& item)
+{
+    item.value_4 = block.ReadByte();
+    item.value_5 = block.ReadByte();
+    item.value_6 = block.ReadWord();
+    item.value_8 = block.ReadByte();
+    item.text_length = block.ReadByte();
+    item.text = block.ReadString(item.text_length / 2u);
+}
+
+constexpr Exchange kList = {.request = 37, .reply = 38, .answers = {38}};
+
+void List(CConversation& phone, PndListRecord& record)
+{
+    constexpr std::uint16_t kItemBlock = 29;
+    CMessage message = phone.Request(kList);
+    message.AppendBytes({record.value_4, 0});
+
+    phone.Ask(message, kList);
+    const std::uint8_t count = RequireRun(message);
+    CRecordArray<PndItem, &FreeItemText> items(count);
+    ForEachBlock(message, count, kByteIdBlock, [&](CSubBlock& block, std::uint32_t index) {
+        if (block.GetId() == kItemBlock)
+            ReadItem(block, items[index]);
+    });
+    record.items = items.Release();
     record.count = count;
 }
 
@@ -207,6 +421,41 @@ void ReadState(CMsgBase& block, PndStoreStateRecord& record)
     record.value_16 = block.ReadByte();
     record.value_17 = block.ReadByte();
 }
+
+constexpr Exchange kStoreState = {.request = 3, .reply = 4, .answers = {4}};
+
+void ReadStoreState(CConversation& phone, PndStoreStateRecord& record)
+{
+    constexpr std::uint16_t kStateBlock = 16;
+    constexpr std::uint16_t kStoreBlock = 48;
+    CMessage message = phone.Request(kStoreState);
+    message.AppendBytes({0xFF, record.store, 0, 0});
+    CSubBlock storeBlock = NewBlock(kByteIdBlock, kStoreBlock);
+    storeBlock.AppendWord(0);
+    storeBlock.WriteTo(&message);
+
+    phone.Ask(message, kStoreState);
+    message.Skip(1);
+    const std::uint8_t store = message.ReadByte();
+    const std::uint32_t value8 = message.ReadDword();
+    message.Skip(3);
+    const std::uint8_t count = message.ReadByte();
+    if (count == 0)
+        return;
+    record.store = store;
+    record.value_8 = value8;
+    std::uint32_t result = ZEL_OK;
+    ForEachBlock(message, count, kByteIdBlock, [&](CSubBlock& block, std::uint32_t) {
+        if (block.GetId() == kStateBlock)
+            ReadState(block, record);
+        else if (block.GetId() == kStatusBlock)
+            result = StatusResult(message, block.ReadByte());
+    });
+    if (result != ZEL_OK)
+        ThrowCode(result);
+}
+
+// Events
 
 std::uint8_t EventKind(std::uint8_t code)
 {
@@ -223,379 +472,23 @@ std::uint8_t EventKind(std::uint8_t code)
     }
 }
 
+CTaskMemOwner<PndEventRecord> ReadEvent(CMessage& message)
+{
+    auto event = AllocateRecords<PndEventRecord>();
+    message.Skip(1);
+    event->value_4 = message.ReadByte();
+    event->value_8 = message.ReadDword();
+    event->value_12 = message.ReadWord();
+    event->kind = EventKind(message.ReadByte());
+    event->value_15 = message.ReadByte();
+    return event;
+}
+
+void FreeEvent(void* event)
+{
+    CoTaskMemFree(event);
+}
+
 }  // namespace
 
-std::uint32_t CPNDHandler::EncodeRequest(CDataSender& sender, std::uint32_t messageId, void* record)
-{
-    return ResultOf([&]() -> std::uint32_t {
-        switch (messageId)
-        {
-        case ZEL_PND_COMMAND_21:
-            return Command21(sender, RecordOf<PndCommandRecord>(record));
-        case ZEL_PND_COMMAND_23:
-            return Command23(sender, RecordOf<PndCommandRecord>(record));
-        case ZEL_PND_READ_ENTRY:
-            return ReadEntry(sender, RecordOf<PndReadRecord>(record));
-        case ZEL_PND_WRITE_ENTRY:
-            return WriteEntry(sender, RecordOf<PndWriteRecord>(record));
-        case ZEL_PND_READ_FIELDS:
-            return ReadFields(sender, RecordOf<PndReadRecord>(record));
-        case ZEL_PND_WRITE_FIELDS:
-            return WriteFields(sender, RecordOf<PndWriteRecord>(record));
-        case ZEL_PND_COMMAND_28:
-            return Command28(sender, RecordOf<PndCommand28Record>(record));
-        case ZEL_PND_COMMAND_15:
-            return Command15(sender, RecordOf<PndCommand15Record>(record));
-        case ZEL_PND_LIST:
-            return List(sender, RecordOf<PndListRecord>(record));
-        case ZEL_PND_READ_STORE_14:
-            return ReadStore14(sender, RecordOf<PndStore14Record>(record));
-        case ZEL_PND_WRITE_STORE_14:
-            return WriteStore14(sender, RecordOf<PndStore14Record>(record));
-        case ZEL_PND_READ_STORE_16:
-            return ReadStore16(sender, RecordOf<PndReadStore16Record>(record));
-        case ZEL_PND_WRITE_STORE_16:
-            return WriteStore16(sender, RecordOf<PndWriteRecord>(record));
-        case ZEL_PND_STORE_STATE:
-            return StoreState(sender, RecordOf<PndStoreStateRecord>(record));
-        default:
-            return ZEL_NOT_HANDLED;
-        }
-    });
-}
-
-std::uint32_t CPNDHandler::DecodeMessage(CMessage& message, std::uint32_t& messageId, void*& record)
-{
-    return ResultOf([&]() -> std::uint32_t {
-        if (message.GetMessageId() != kEventIndication)
-            return ZEL_NOT_HANDLED;
-        auto event = AllocateRecords<PndEventRecord>();
-        message.Skip(1);
-        event->value_4 = message.ReadByte();
-        event->value_8 = message.ReadDword();
-        event->value_12 = message.ReadWord();
-        event->kind = EventKind(message.ReadByte());
-        event->value_15 = message.ReadByte();
-        messageId = ZEL_PND_EVENT;
-        record = event.release();
-        return ZEL_OK;
-    });
-}
-
-std::uint32_t CPNDHandler::FreeDecodedData(std::uint32_t messageId, void* record)
-{
-    if (messageId != ZEL_PND_EVENT)
-        return ZEL_NOT_HANDLED;
-    if (IsReadable(record))
-        CoTaskMemFree(record);
-    return ZEL_OK;
-}
-
-template <typename Read>
-std::uint32_t CPNDHandler::ReadReply(CMessage& message, std::uint16_t dataId, Read&& read) const
-{
-    CSubBlock block = NewBlock(kByteIdBlock);
-    if (!ReadFirstBlock(message, block))
-        return ZEL_OK;
-    if (block.GetId() == kStatusBlock)
-        return StatusResult(block.ReadByte());
-    if (block.GetId() == dataId)
-        read(block);
-    return ZEL_OK;
-}
-
-std::uint32_t CPNDHandler::ExchangeStatus(CDataSender& sender, CMessage& message, std::uint8_t replyId) const
-{
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, replyId, result))
-        return result;
-    return ReadReply(message, kStatusBlock, [](CSubBlock&) {});
-}
-
-std::uint8_t CPNDHandler::ExchangeRun(CDataSender& sender, CMessage& message, std::uint8_t replyId,
-                                      std::uint32_t& result) const
-{
-    if (!Exchange(sender, message, replyId, result))
-        return 0;
-    message.Skip(1);
-    const std::uint8_t count = message.ReadByte();
-    if (count == 0)
-        return 0;
-    const auto status = LeadingStatus(message);
-    if (!status)
-        return count;
-    result = StatusResult(*status);
-    return 0;
-}
-
-// Commands
-
-std::uint32_t CPNDHandler::Command21(CDataSender& sender, const PndCommandRecord& record) const
-{
-    CMessage message = Request(kCommand21Request, {kCommand21Reply});
-    AppendCommand(message, record);
-    return ExchangeStatus(sender, message, kCommand21Reply);
-}
-
-std::uint32_t CPNDHandler::Command23(CDataSender& sender, const PndCommandRecord& record) const
-{
-    CMessage message = Request(kCommand23Request, {kCommand23Reply});
-    AppendCommand(message, record);
-    return ExchangeStatus(sender, message, kCommand23Reply);
-}
-
-std::uint32_t CPNDHandler::Command28(CDataSender& sender, const PndCommand28Record& record) const
-{
-    CMessage message = Request(kCommand28Request, {kCommand28Reply});
-    message.AppendByte(0xFF);
-    message.AppendByte(record.store);
-    message.AppendDword(0);
-    message.AppendWord(record.location);
-    message.AppendByte(record.value_8);
-    message.AppendByte(record.value_7);
-    message.AppendDword(0);
-
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kCommand28Reply, result))
-        return result;
-    // Here a status comes under any sub-block id.
-    CSubBlock block = NewBlock(kByteIdBlock);
-    return ReadFirstBlock(message, block) ? StatusResult(block.ReadByte()) : ZEL_OK;
-}
-
-std::uint32_t CPNDHandler::Command15(CDataSender& sender, const PndCommand15Record& record) const
-{
-    if (record.store == kOldStore16)
-        return ZEL_E_ARGUMENT;
-    CMessage message = Request(kCommand15Request, {kCommand15Reply});
-    message.AppendByte(0);
-    message.AppendByte(1);
-    CSubBlock block = NewBlock(kByteIdBlock, kLocationBlock);
-    block.AppendByte(0x80);
-    block.AppendByte(0xFF);
-    block.AppendWord(record.location);
-    block.AppendDword(0);
-    block.AppendByte(record.store);
-    block.WriteTo(&message);
-    return ExchangeStatus(sender, message, kCommand15Reply);
-}
-
-// Entries
-
-CMessage CPNDHandler::ReadRequest(std::uint8_t kind, std::uint8_t mode, std::uint8_t value6, std::uint8_t store) const
-{
-    CMessage message = Request(kReadRequest, {kReadReply});
-    message.AppendByte(kind);
-    message.AppendByte(mode);
-    message.AppendByte(value6);
-    message.AppendByte(1);
-    message.AppendByte(0xFF);
-    message.AppendByte(store);
-    message.AppendDword(0);
-    return message;
-}
-
-std::uint32_t CPNDHandler::ReadEntry(CDataSender& sender, PndReadRecord& record) const
-{
-    CMessage message = ReadRequest(record.kind, record.mode, record.value_6, record.store);
-    if (record.kind == ZEL_PND_BY_TEXT && record.mode != ZEL_PND_MODE_LOCATION)
-        AppendSearch(message, record.entry.fields, FieldCodec(sender));
-    else
-        AppendLocation(message, record.kind, record.entry.location);
-    return FetchEntry(sender, message, record.entry);
-}
-
-std::uint32_t CPNDHandler::ReadStore16(CDataSender& sender, PndReadStore16Record& record) const
-{
-    CMessage message = ReadRequest(record.kind, ZEL_PND_MODE_LOCATION, 0, Store16(sender));
-    AppendLocation(message, record.kind, record.location);
-    return FetchEntry(sender, message, record.entry);
-}
-
-std::uint32_t CPNDHandler::FetchEntry(CDataSender& sender, CMessage& message, PndEntry& entry) const
-{
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kReadReply, result))
-        return result;
-    return ReadReply(message, kEntryBlock, [&](CSubBlock& block) {
-        block.Skip(2);
-        entry.location = block.ReadWord();
-        entry.value = block.ReadDword();
-        TakeFields(message, LastByte(block), entry, FieldCodec(sender));
-    });
-}
-
-std::uint32_t CPNDHandler::WriteEntry(CDataSender& sender, PndWriteRecord& record) const
-{
-    return StoreEntry(sender, record, record.store);
-}
-
-std::uint32_t CPNDHandler::WriteStore16(CDataSender& sender, PndWriteRecord& record) const
-{
-    return StoreEntry(sender, record, Store16(sender));
-}
-
-std::uint32_t CPNDHandler::StoreEntry(CDataSender& sender, PndWriteRecord& record, std::uint8_t store) const
-{
-    const std::uint8_t total = DropUntyped(record);
-    CMessage message = Request(kWriteRequest, {kWriteReply});
-    message.AppendByte(0);
-    message.AppendByte(1);
-    EntryBlock(store, record.location, record.field_count).WriteTo(&message);
-    AppendFields(message, record.fields, total, FieldCodec(sender));
-
-    // Whatever message answers a write is its reply.
-    if (const std::uint32_t result = sender.Send(message, kReplyMs); result != 0)
-        return result;
-    return ReadReply(message, kLocationBlock, [&](CSubBlock& block) {
-        block.Skip(2);
-        record.location = block.ReadWord();
-    });
-}
-
-// Fields
-
-std::uint32_t CPNDHandler::ReadFields(CDataSender& sender, PndReadRecord& record) const
-{
-    const PndField& wanted = FirstOf(record.entry.fields);
-    CMessage message = Request(kReadFieldsRequest, {kReadFieldsReply});
-    message.AppendByte(0xFF);
-    message.AppendByte(record.store);
-    message.AppendDword(0);
-    message.AppendWord(record.entry.location);
-    message.AppendByte(wanted.type);
-    message.AppendByte(wanted.attribute);
-    message.AppendWord(0);
-
-    std::uint32_t result = 0;
-    if (const std::uint8_t count = ExchangeRun(sender, message, kReadFieldsReply, result); count != 0)
-        TakeFields(message, count, record.entry, FieldCodec(sender));
-    return result;
-}
-
-std::uint32_t CPNDHandler::WriteFields(CDataSender& sender, PndWriteRecord& record) const
-{
-    const std::uint8_t total = DropUntyped(record);
-    CMessage message = Request(kWriteFieldsRequest, {kWriteFieldsReply});
-    message.AppendByte(0xFF);
-    message.AppendByte(record.store);
-    message.AppendDword(0);
-    message.AppendWord(record.location);
-    message.AppendByte(0);
-    message.AppendByte(record.field_count);
-    AppendFields(message, record.fields, total, FieldCodec(sender));
-    return ExchangeStatus(sender, message, kWriteFieldsReply);
-}
-
-// Lists and stores
-
-std::uint32_t CPNDHandler::List(CDataSender& sender, PndListRecord& record) const
-{
-    CMessage message = Request(kListRequest, {kListReply});
-    message.AppendByte(record.value_4);
-    message.AppendByte(0);
-
-    std::uint32_t result = 0;
-    const std::uint8_t count = ExchangeRun(sender, message, kListReply, result);
-    if (count == 0)
-        return result;
-    CRecordArray<PndItem, &FreeItemText> items(count);
-    ForEachBlock(message, count, kByteIdBlock, [&](CSubBlock& block, std::uint32_t index) {
-        if (block.GetId() == kItemBlock)
-            ReadItem(block, items[index]);
-    });
-    record.items = items.Release();
-    record.count = count;
-    return ZEL_OK;
-}
-
-std::uint32_t CPNDHandler::ReadStore14(CDataSender& sender, PndStore14Record& record) const
-{
-    CMessage message = ReadRequest(record.kind, ZEL_PND_MODE_LOCATION, 0, kStore14);
-    AppendLocation(message, record.kind, record.location);
-
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kReadReply, result))
-        return result;
-    return ReadReply(message, kEntryBlock, [&](CSubBlock& block) {
-        block.Skip(2);
-        record.location = block.ReadWord();
-        record.value = block.ReadDword();
-        TakeStore14Items(message, LastByte(block), record);
-    });
-}
-
-std::uint32_t CPNDHandler::WriteStore14(CDataSender& sender, const PndStore14Record& record) const
-{
-    const PndStore14Item& item = FirstOf(record.items);
-    CMessage message = Request(kWriteRequest, {kWriteReply});
-    message.AppendByte(0);
-    message.AppendByte(1);
-    EntryBlock(kStore14, record.location, 1).WriteTo(&message);
-    CSubBlock block = NewBlock(kByteIdBlock, kStore14Block);
-    block.AppendByte(0x80);
-    block.AppendByte(0xFF);
-    block.AppendWord(item.value_6);
-    block.AppendDword(0);
-    block.AppendByte(item.value_5);
-    block.AppendByte(kStore14Item);
-    block.AppendByte(item.value_13);
-    block.AppendByte(0);
-    block.WriteTo(&message);
-
-    if (const std::uint32_t result = sender.Send(message, kReplyMs); result != 0)
-        return result;
-    return ReadReply(message, kStatusBlock, [](CSubBlock&) {});
-}
-
-std::uint32_t CPNDHandler::StoreState(CDataSender& sender, PndStoreStateRecord& record) const
-{
-    CMessage message = Request(kStoreStateRequest, {kStoreStateReply});
-    message.AppendByte(0xFF);
-    message.AppendByte(record.store);
-    message.AppendWord(0);
-    CSubBlock storeBlock = NewBlock(kByteIdBlock, kStoreBlock);
-    storeBlock.AppendWord(0);
-    storeBlock.WriteTo(&message);
-
-    std::uint32_t result = 0;
-    if (!Exchange(sender, message, kStoreStateReply, result))
-        return result;
-    message.Skip(1);
-    const std::uint8_t store = message.ReadByte();
-    const std::uint32_t value8 = message.ReadDword();
-    message.Skip(3);
-    const std::uint8_t count = message.ReadByte();
-    if (count == 0)
-        return ZEL_OK;
-    record.store = store;
-    record.value_8 = value8;
-    ForEachBlock(message, count, kByteIdBlock, [&](CSubBlock& block, std::uint32_t) {
-        if (block.GetId() == kStateBlock)
-            ReadState(block, record);
-        else if (block.GetId() == kStatusBlock)
-            result = StatusResult(block.ReadByte());
-    });
-    return result;
-}
-
-// Versions
-
-bool CPNDHandler::IsAtLeast(CDataSender& sender, std::uint8_t major, std::uint8_t minor) const
-{
-    std::uint8_t phoneMajor = 0;
-    std::uint8_t phoneMinor = 0;
-    if (sender.GetServiceVersion(GetResource(), phoneMajor, phoneMinor) != ZEL_OK)
-        return false;
-    return phoneMajor > major || (phoneMajor == major && phoneMinor >= minor);
-}
-
-std::uint8_t CPNDHandler::Store16(CDataSender& sender) const
-{
-    return IsAtLeast(sender, 5, 25) ? kNewStore16 : kOldStore16;
-}
-
-CPNDFieldCodec CPNDHandler::FieldCodec(CDataSender& sender) const
-{
-    return CPNDFieldCodec(IsAtLeast(sender, 5, 54));
-}
+CPNDHandler::CPNDHandler() : CContentHandler(kOperations, kIndications) {}

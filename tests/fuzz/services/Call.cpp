@@ -1,5 +1,6 @@
 #include "fuzz/FuzzService.h"
 #include "handlers/CallHandler.h"
+#include "zelapi/call.h"
 
 namespace
 {

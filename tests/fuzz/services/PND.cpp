@@ -1,5 +1,6 @@
 #include "fuzz/FuzzService.h"
 #include "handlers/pnd/PNDHandler.h"
+#include "zelapi/pnd.h"
 
 #include <cstring>
 

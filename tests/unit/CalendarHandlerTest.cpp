@@ -3,6 +3,7 @@
 #include "support/HandlerChecks.h"
 #include "support/HostZone.h"
 #include "support/Text.h"
+#include "zelapi/calendar.h"
 
 #include <sstream>
 #include <tuple>

@@ -1,9 +1,11 @@
 #include "handlers/sms/SMSHandler.h"
 
+#include "handlers/base/TimeConverter.h"
 #include "support/HandlerChecks.h"
 #include "support/HostZone.h"
 #include "support/RawRecord.h"
 #include "support/Text.h"
+#include "zelapi/sms.h"
 
 #include <map>
 #include <numeric>

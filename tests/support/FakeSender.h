@@ -24,6 +24,8 @@ class FakeSender : public CDataSender
     void Reply(std::uint8_t id, Bytes body) { m_answers.push_back({0, id, std::move(body)}); }
     /// The next request fails with this result.
     void Fail(std::uint32_t result) { m_answers.push_back({result, 0, {}}); }
+    /// Requests beyond the answers fail with this result, which is no fault of the test then.
+    void FailFurther(std::uint32_t result) { m_furtherResult = result; }
     void SetVersion(std::uint8_t resource, std::uint8_t major, std::uint8_t minor)
     {
         m_versions[resource] = {major, minor};
@@ -45,6 +47,8 @@ class FakeSender : public CDataSender
         Bytes expected;
         message.GetExpectedReplies().ForEach([&](std::uint8_t id) { expected.push_back(id); });
         m_sent.push_back({message.GetResource(), message.GetMessageId(), BodyOf(message), expected, timeoutMs});
+        if (m_answers.empty() && m_furtherResult != 0)
+            return m_furtherResult;
         if (m_answers.empty())
         {
             ADD_FAILURE() << "no answer for request " << unsigned{message.GetMessageId()} << ": "
@@ -111,6 +115,7 @@ class FakeSender : public CDataSender
     std::map<std::uint8_t, std::pair<std::uint8_t, std::uint8_t>> m_versions;
     std::pair<std::uint16_t, std::uint16_t> m_timeParameters;
     std::uint32_t m_timeFailure = 0;
+    std::uint32_t m_furtherResult = 0;
     Bytes m_versionQueries;
     unsigned m_timeQueries = 0;
 };

@@ -2,6 +2,7 @@
 
 #include "support/HandlerChecks.h"
 #include "support/PhoneMessages.h"
+#include "support/Survives.h"
 
 #include <initializer_list>
 #include <string>
@@ -65,6 +66,17 @@ class HandlerFixture : public testing::Test
         FakeSender phone;
         ExpectRecordUntouched(m_handler, phone, messageId, record, result);
         EXPECT_TRUE(phone.Requests().empty());
+    }
+
+    /// The request survives every fault, see support/Survives.h.
+    void Survives(std::uint32_t messageId, const void* record, std::uint8_t replyId, const Bytes& reply,
+                  Results allowed = {})
+    {
+        ::Survives(m_handler, m_phone, messageId, record, {{replyId, reply}}, allowed);
+    }
+    void Survives(std::uint32_t messageId, const void* record, const std::vector<Reply>& replies, Results allowed = {})
+    {
+        ::Survives(m_handler, m_phone, messageId, record, replies, allowed);
     }
 
     /// Decodes an indication. It must be this API message, and there is a record with result 0 only.

@@ -1,71 +1,53 @@
 #include "handlers/File2Handler.h"
 
-#include "support/HandlerChecks.h"
+#include "support/HandlerFixture.h"
 #include "support/Text.h"
 #include "zelapi/file.h"
 
 namespace
 {
 
-constexpr std::uint8_t kResource = 0x6D;
+constexpr std::uint8_t kIdReply = 0x83;
+constexpr std::uint8_t kNameReply = 0x85;
 
-class File2Handler : public testing::Test
+class File2Handler : public HandlerFixture<CFile2Handler, 0x6D>
 {
   protected:
-    File2Handler() { m_handler.SetResource(kResource); }
-
-    const CLeakCheck m_leaks;
     const CBStrOwner m_name = MakeText(u"A");
-    CFile2Handler m_handler;
-    FakeSender m_phone;
 };
 
-const Bytes kNameReply = {
+const Bytes kNameBody = {
     0x00,                    // done
     0xFF,                    // passed over
     0x00, 0x03,              // three units
     0x00, 0x41, 0x20, 0xAC,  // A, the euro sign
     0x00, 0x42,              // B
 };
+const Bytes kIdBody = {0x00, 0xFF, 0x12, 0x34, 0x56, 0x78};
 
 TEST_F(File2Handler, FindsTheNameOfAFile)
 {
     FileLookupRecord record = {0xEEEEEEEE, 0x12345678, nullptr, 0xDDDDDDDD};
-    m_phone.Reply(0x85, kNameReply);
-    EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_FILE_NAME_OF_ID, &record), ZEL_OK);
-    EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0x84, {0x00, 0x00, 0x12, 0x34, 0x56, 0x78}));
+    EXPECT_EQ(Ask(ZEL_FILE_NAME_OF_ID, &record, kNameReply, kNameBody), ZEL_OK);
+    EXPECT_TRUE(Sent(0x84, {0x00, 0x00, 0x12, 0x34, 0x56, 0x78}));
     EXPECT_EQ(UnitsOf(CBStrOwner(record.name).get()), u"A\u20ACB");
     EXPECT_EQ(record.leading, 0xEEEEEEEE);
     EXPECT_EQ(record.file_id, 0x12345678u);
     EXPECT_EQ(record.found_id, 0xDDDDDDDD);
+    record.name = m_name.get();
+    Survives(ZEL_FILE_NAME_OF_ID, &record, kNameReply, kNameBody);
 }
 
 TEST_F(File2Handler, AnEmptyNameKeepsThePointer)
 {
-    m_phone.Reply(0x85, {0x00, 0xFF, 0x00, 0x00});
-    ExpectRecordUntouched(m_handler, m_phone, ZEL_FILE_NAME_OF_ID, FileLookupRecord{1, 2, m_name.get(), 3}, ZEL_OK);
-}
-
-TEST_F(File2Handler, ATruncatedNameIsFilledWithZeros)
-{
-    for (const Bytes& part : Truncations(kNameReply))
-    {
-        SCOPED_TRACE(part.size());
-        FileLookupRecord record = {};
-        m_phone.Reply(0x85, part);
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_FILE_NAME_OF_ID, &record), ZEL_OK);
-        std::u16string expected(part.size() < 4 ? 0 : 3, u'\0');
-        for (std::size_t i = 4; i < part.size(); ++i)
-            expected[(i - 4) / 2] = static_cast<char16_t>(expected[(i - 4) / 2] | part[i] << (i % 2 == 0 ? 8 : 0));
-        EXPECT_EQ(UnitsOf(CBStrOwner(record.name).get()), expected);
-    }
+    ExpectOutcomes(ZEL_FILE_NAME_OF_ID, FileLookupRecord{1, 2, m_name.get(), 3},
+                   {{kNameReply, {0x00, 0xFF, 0x00, 0x00}, ZEL_OK}});
 }
 
 TEST_F(File2Handler, ANameThatClaimsMoreThanThereIsReadsZeros)
 {
     FileLookupRecord record = {};
-    m_phone.Reply(0x85, {0x00, 0xFF, 0xFF, 0xFF, 0x00, 0x41});
-    EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_FILE_NAME_OF_ID, &record), ZEL_OK);
+    EXPECT_EQ(Ask(ZEL_FILE_NAME_OF_ID, &record, kNameReply, {0x00, 0xFF, 0xFF, 0xFF, 0x00, 0x41}), ZEL_OK);
     EXPECT_EQ(UnitsOf(CBStrOwner(record.name).get()), u"A" + std::u16string(0xFFFE, u'\0'));
 }
 
@@ -86,82 +68,42 @@ TEST_F(File2Handler, FindsTheFileOfAName)
         SCOPED_TRACE(Hex(c.request));
         const CBStrOwner name = MakeText(c.name);
         FileLookupRecord record = {1, 2, name.get(), 3};
-        m_phone.Reply(0x83, {0x00, 0xFF, 0x12, 0x34, 0x56, 0x78});
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_FILE_ID_OF_NAME, &record), ZEL_OK);
-        EXPECT_TRUE(SameRequest(m_phone.Last(), kResource, 0x82, c.request));
+        EXPECT_EQ(Ask(ZEL_FILE_ID_OF_NAME, &record, kIdReply, kIdBody), ZEL_OK);
+        EXPECT_TRUE(Sent(0x82, c.request));
         EXPECT_EQ(record.found_id, 0x12345678u);
         EXPECT_EQ(record.file_id, 2u);
         EXPECT_EQ(record.name, name.get());
     }
-}
-
-TEST_F(File2Handler, ATruncatedIdentifierIsFilledWithZeros)
-{
-    const Bytes reply = {0x00, 0xFF, 0x12, 0x34, 0x56, 0x78};
-    const std::uint32_t expected[] = {0, 0, 0, 0x12000000, 0x12340000, 0x12345600};
-    for (const Bytes& part : Truncations(reply))
-    {
-        FileLookupRecord record = {1, 2, m_name.get(), 3};
-        m_phone.Reply(0x83, part);
-        EXPECT_EQ(m_handler.EncodeRequest(m_phone, ZEL_FILE_ID_OF_NAME, &record), ZEL_OK);
-        EXPECT_EQ(record.found_id, expected[part.size()]) << part.size();
-    }
+    const FileLookupRecord record = {1, 2, m_name.get(), 3};
+    Survives(ZEL_FILE_ID_OF_NAME, &record, kIdReply, kIdBody);
 }
 
 TEST_F(File2Handler, RefusesABadName)
 {
     for (void* name : {static_cast<void*>(nullptr), kUnreadable})
-        ExpectRecordUntouched(m_handler, m_phone, ZEL_FILE_ID_OF_NAME,
-                              FileLookupRecord{1, 2, static_cast<BSTR>(name), 3}, ZEL_E_ARGUMENT);
-    EXPECT_TRUE(m_phone.Requests().empty());
+        ExpectRefused(ZEL_FILE_ID_OF_NAME, FileLookupRecord{1, 2, static_cast<BSTR>(name), 3}, ZEL_E_ARGUMENT);
 }
 
 TEST_F(File2Handler, WhatIsNotAnsweredKeepsTheRecord)
 {
     const FileLookupRecord record = {1, 2, m_name.get(), 3};
-    const std::pair<std::uint32_t, std::uint8_t> replies[] = {{ZEL_FILE_NAME_OF_ID, 0x85}, {ZEL_FILE_ID_OF_NAME, 0x83}};
+    const std::pair<std::uint32_t, std::uint8_t> replies[] = {{ZEL_FILE_NAME_OF_ID, kNameReply},
+                                                              {ZEL_FILE_ID_OF_NAME, kIdReply}};
     for (const auto& [messageId, replyId] : replies)
     {
         SCOPED_TRACE(messageId);
         ExpectBadRecordsRefused(m_handler, messageId);
-        ExpectUnansweredKept(m_handler, m_phone, messageId, record);
-        for (const std::uint8_t status : Bytes{0x02, 0xFF})
-        {
-            m_phone.Reply(replyId, {status, 0xFF, 0x00, 0x01, 0x00, 0x41});
-            ExpectRecordUntouched(m_handler, m_phone, messageId, record, 0x6D00u | status);
-        }
+        ExpectUnanswered(messageId, record);
+        ExpectOutcomes(messageId, record,
+                       {{replyId, {0x02, 0xFF, 0x00, 0x01, 0x00, 0x41}, 0x6D02},
+                        {replyId, {0xFF, 0xFF, 0x00, 0x01, 0x00, 0x41}, 0x6DFF}});
     }
-}
-
-TEST_F(File2Handler, NeedsMemory)
-{
-    FailEachAllocation([&] {
-        FakeSender phone;
-        phone.Reply(0x85, kNameReply);
-        FileLookupRecord record = {};
-        const std::uint32_t result = m_handler.EncodeRequest(phone, ZEL_FILE_NAME_OF_ID, &record);
-        SysFreeString(record.name);
-        return result;
-    });
-    FailEachAllocation([&] {
-        FakeSender phone;
-        phone.Reply(0x83, {0x00, 0xFF, 0x12, 0x34, 0x56, 0x78});
-        FileLookupRecord record = {1, 2, m_name.get(), 3};
-        return m_handler.EncodeRequest(phone, ZEL_FILE_ID_OF_NAME, &record);
-    });
 }
 
 TEST_F(File2Handler, KnowsNothingElse)
 {
-    FileLookupRecord record = {};
-    EXPECT_EQ(m_handler.EncodeRequest(m_phone, 0x6D00, &record), ZEL_NOT_HANDLED);
-    EXPECT_EQ(m_handler.EncodeRequest(m_phone, 0x6D03, &record), ZEL_NOT_HANDLED);
-    CMessage message;
-    message.SetMessageId(0x85);
-    std::uint32_t messageId = 77;
-    void* decoded = nullptr;
-    EXPECT_EQ(m_handler.DecodeMessage(message, messageId, decoded), ZEL_NOT_HANDLED);
-    EXPECT_EQ(m_handler.FreeDecodedData(ZEL_FILE_NAME_OF_ID, &record), ZEL_E_FAIL);
+    ExpectNotHandled({ZEL_FILE_NAME_OF_ID - 1, ZEL_FILE_ID_OF_NAME + 1});
+    ExpectNoIndications(ZEL_FILE_NAME_OF_ID);
 }
 
 }  // namespace

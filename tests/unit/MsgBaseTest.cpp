@@ -6,6 +6,9 @@
 #include "support/Text.h"
 
 #include <optional>
+#ifndef _WIN32
+#include <sanitizer/asan_interface.h>
+#endif
 
 namespace
 {
@@ -313,6 +316,23 @@ TEST(MsgBase, ReadersNeedMemory)
             return 0;
         });
 }
+
+#ifndef _WIN32
+TEST(MsgBase, TheSanitizerSeesAReadBehindABodyOfAnySize)
+{
+    CMsgBase grown;
+    for (std::size_t size = 1; size <= 80; ++size)
+    {
+        grown.AppendByte(1);
+        for (const CMsgBase& message : {grown, MessageOf(Bytes(size, 1))})
+        {
+            EXPECT_FALSE(__asan_address_is_poisoned(message.GetData() + size - 1)) << size;
+            EXPECT_TRUE(__asan_address_is_poisoned(message.GetData() + size)) << size;
+        }
+        EXPECT_TRUE(__asan_address_is_poisoned(grown.GetData() + size)) << size;
+    }
+}
+#endif
 
 TEST(MsgBase, ZeroAtPositionDoesNotAdvance)
 {

@@ -1,7 +1,7 @@
 #include "handlers/RadioHandler.h"
 
 #include "support/HandlerFixture.h"
-#include "support/ReceivedRecords.h"
+#include "support/RecordShapes.h"
 #include "support/Text.h"
 
 #include <tuple>
@@ -97,28 +97,23 @@ TEST_F(RadioHandler, ListsItems)
     const decltype(items) expected = {
         {0x51, true, u"A\u20ACB", {0xD1, 0xD2}}, {0, false, u"", {}}, {0x52, true, u"CD", {0xE1, 0xE2, 0xE3}}};
     EXPECT_EQ(items, expected);
-    FreeReceived(m_list);
-    FailEachAllocation([&] {
-        const std::uint32_t result = List(kListReply);
-        FreeReceived(m_list);
-        return result;
-    });
+    FreeReceived(ZEL_RADIO_LIST, &m_list);
+    Survives(ZEL_RADIO_LIST, &m_list, 14, kListReply);
 }
 
 TEST_F(RadioHandler, BelievesNoCountAndNoLength)
 {
-    std::vector<Bytes> replies = Truncations(kListReply);
-    replies.push_back({7, 255, 1, 0, 0, 8, 255, 255, 1, 0, 1, 0, 0, 0});
-    replies.push_back({7, 2, 1, 0, 0, 4, 1, 0, 0, 8, 0, 0, 0, 0});
-    for (const Bytes& reply : replies)
+    for (const Bytes& reply :
+         {Bytes{7, 255, 1, 0, 0, 8, 255, 255, 1, 0, 1, 0, 0, 0}, Bytes{7, 2, 1, 0, 0, 4, 1, 0, 0, 8, 0, 0, 0, 0}})
     {
-        SCOPED_TRACE(Hex(reply));
-        m_list.items = reinterpret_cast<RadioItem*>(m_data);
         EXPECT_EQ(List(reply), ZEL_OK);
-        EXPECT_EQ(m_list.count, reply.size() < 2 ? 0 : reply[1]);
-        EXPECT_EQ(m_list.items == nullptr, m_list.count == 0);
-        FreeReceived(m_list);
+        EXPECT_EQ(m_list.count, reply[1]);
+        FreeReceived(ZEL_RADIO_LIST, &m_list);
+        Survives(ZEL_RADIO_LIST, &m_list, 14, reply);
     }
+    m_list.items = reinterpret_cast<RadioItem*>(m_data);
+    EXPECT_EQ(List({7}), ZEL_OK);
+    EXPECT_EQ(std::tuple(m_list.count, m_list.items), std::tuple(0, nullptr));
 }
 
 TEST_F(RadioHandler, TellsTheLowByteOfANamesLength)
@@ -179,18 +174,7 @@ TEST_F(RadioHandler, ReadsASetting)
                     {6, {9, 0, 0, 12}, ZEL_OK},
                     {6, {9, 1, 0, 2, 0, 1}, ZEL_OK},
                     {6, {9, 1, 1, 12, 1, 1, 2, 3, 9, 4, 0, 0, 0, 5}, ZEL_OK}});
-    for (const Bytes& part : Truncations(kSettingReply))
-    {
-        record = {};
-        EXPECT_EQ(Ask(ZEL_RADIO_READ_SETTING, &record, 6, part), ZEL_OK);
-        EXPECT_EQ(SysStringLen(CBStrOwner(record.text).get()), part.size() > 4 ? 3u : 0u) << part.size();
-    }
-    FailEachAllocation([&] {
-        record = {};
-        const std::uint32_t result = Ask(ZEL_RADIO_READ_SETTING, &record, 6, kSettingReply);
-        SysFreeString(record.text);
-        return result;
-    });
+    Survives(ZEL_RADIO_READ_SETTING, &record, 6, kSettingReply);
 }
 
 }  // namespace

@@ -90,6 +90,15 @@ class CalendarHandlerTest : public HandlerFixture<CCalendarHandler, kCalendar>
 
     CalendarHandlerTest() { m_phone.SetVersion(kCalendar, 3, 1); }
 
+    /// Dates count on a PC that is set to UTC, as the native build and Wine are.
+    void SetUp() override
+    {
+        TIME_ZONE_INFORMATION zone = {};
+        GetTimeZoneInformation(&zone);
+        if (zone.Bias != 0 || zone.DaylightDate.wMonth != 0)
+            GTEST_SKIP() << "not in UTC";
+    }
+
     std::uint32_t Run(std::uint32_t messageId, void* record, const Answers& answers)
     {
         for (const auto& [id, body] : answers)
@@ -134,19 +143,6 @@ class CalendarHandlerTest : public HandlerFixture<CCalendarHandler, kCalendar>
     // Of the last write.
     std::vector<Field> m_fields;
     CalendarEntryRecord m_written = {};
-};
-
-/// Tests with dates: they count on a PC that is set to UTC, as the native build and Wine are.
-class CalendarDateTest : public CalendarHandlerTest
-{
-  protected:
-    void SetUp() override
-    {
-        TIME_ZONE_INFORMATION zone = {};
-        GetTimeZoneInformation(&zone);
-        if (zone.Bias != 0 || zone.DaylightDate.wMonth != 0)
-            GTEST_SKIP() << "not in UTC";
-    }
 };
 
 TEST_F(CalendarHandlerTest, RefusesBadRequestsBeforeTheyAreSent)
@@ -308,7 +304,7 @@ TEST_F(CalendarHandlerTest, TheVersionChoosesTheFormat)
     }
 }
 
-TEST_F(CalendarDateTest, ReadsAnEntryInTheNewFormat)
+TEST_F(CalendarHandlerTest, ReadsAnEntryInTheNewFormat)
 {
     const Bytes reply = {0x07,                                            // status: a success too
                          0x01,                                            // one sub-block
@@ -327,7 +323,7 @@ TEST_F(CalendarDateTest, ReadsAnEntryInTheNewFormat)
                                                    "203:", "305: 2024-5-15 10:30:45 +0 +0", "10c: ff000001"}));
 }
 
-TEST_F(CalendarDateTest, EveryFieldHasItsTypeInBothDirections)
+TEST_F(CalendarHandlerTest, EveryFieldHasItsTypeInBothDirections)
 {
     std::vector<unsigned> ids = {0x0001, 0xFFFF};
     for (unsigned id = 0x0100; id <= 0x0310; id += id % 0x100 == 0x10 ? 0xF0 : 1)
@@ -387,7 +383,7 @@ TEST_F(CalendarHandlerTest, TakesTheFieldsThatAnEntryHas)
     }
 }
 
-TEST_F(CalendarDateTest, ReadsAnEntryInTheOldFormat)
+TEST_F(CalendarHandlerTest, ReadsAnEntryInTheOldFormat)
 {
     m_phone.SetVersion(kCalendar, 3, 0);
     const std::pair<Bytes, Fields> tails[] = {
@@ -446,7 +442,7 @@ TEST_F(CalendarHandlerTest, TheOldFormatTranslatesNumbers)
 
 // ---- Write
 
-TEST_F(CalendarDateTest, WritesAnEntryInTheNewFormat)
+TEST_F(CalendarHandlerTest, WritesAnEntryInTheNewFormat)
 {
     const auto unreadable = static_cast<BSTR>(kUnreadable);
     const std::vector<Field> list = {{ZEL_CALENDAR_ENTRY_KIND, 2},
@@ -561,7 +557,7 @@ TEST_F(CalendarHandlerTest, WhatAMessageCannotHoldIsRefusedBeforeThePhoneMakesRo
     EXPECT_EQ(m_phone.Requests().size(), 8u);
 }
 
-TEST_F(CalendarDateTest, WritesAnEntryInTheOldFormat)
+TEST_F(CalendarHandlerTest, WritesAnEntryInTheOldFormat)
 {
     m_phone.SetVersion(kCalendar, 3, 0);
     std::vector<Field> list = {{ZEL_CALENDAR_TEXT_3, BStr(u"D")},

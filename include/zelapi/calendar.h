@@ -15,7 +15,8 @@
  */
 
 /**
- * Lists the locations of entries. Record: CalendarListRecord.
+ * Lists the locations of entries. Record: CalendarListRecord. The listing goes on while the phone announces more; it
+ * ends where the phone repeats itself 32 times in a row, and at 65,535 locations.
  * @return also ZEL_CALENDAR_LAST_PART when the list is empty; ZEL_E_VERSION in the modes 2 and 3 when the phone's
  * version of the service is not known.
  */

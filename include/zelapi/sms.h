@@ -70,10 +70,10 @@ typedef struct SmsContent
     uint8_t kind;                /**< ZEL_SMS_KIND_…; set to 0 when the phone sends another kind. */
     uint8_t value;               /**< ZEL_SMS_READ: receives the first byte of the reply after the status. */
     uint8_t header[4];           /**< Header bytes; their meaning is the phone's. The kind says which are used. */
-    uint8_t first_block_length;  /**< Receives ZEL_SMS_BLOCK_LENGTH. Not looked at when a message is written. */
-    uint8_t* first_block;        /**< ZEL_SMS_BLOCK_LENGTH bytes. Null is written as zeros. */
-    uint8_t second_block_length; /**< Receives ZEL_SMS_BLOCK_LENGTH. Not looked at when a message is written. */
-    uint8_t* second_block;       /**< ZEL_SMS_BLOCK_LENGTH bytes. Null is written as zeros. */
+    uint8_t first_block_length;  /**< Receives ZEL_SMS_BLOCK_LENGTH. Written: 0 if the block may be null. */
+    uint8_t* first_block;        /**< ZEL_SMS_BLOCK_LENGTH bytes. Null with length 0 is written as zeros. */
+    uint8_t second_block_length; /**< As for the first block. */
+    uint8_t* second_block;       /**< As the first block. */
 } SmsContent;
 
 /* ---------------------------------------------------------------------------------------------------------------------
@@ -120,6 +120,7 @@ typedef struct SmsSubmit
 /**
  * Writes a message into the phone's store. Record: SmsStoredMessage; its location receives the new one. With an unknown
  * kind no content and no parameters are sent.
+ * @return ZEL_E_ARGUMENT, with nothing sent, also for a block that has a length but cannot be read.
  */
 #define ZEL_SMS_WRITE 0x1404u
 

@@ -101,9 +101,9 @@ class HandlerFixture : public testing::Test
     }
 
     /// A message that is not decoded leaves the outputs alone.
-    void ExpectNotDecoded(std::uint8_t id, std::uint32_t expected = ZEL_NOT_HANDLED)
+    void ExpectNotDecoded(std::uint8_t id, std::uint32_t expected = ZEL_NOT_HANDLED, const Bytes& body = Bytes(16, 1))
     {
-        CMessage message = MessageOf(id, Bytes(16, 1));
+        CMessage message = MessageOf(id, body);
         std::uint32_t messageId = 77;
         void* record = &message;
         EXPECT_EQ(m_handler.DecodeMessage(message, messageId, record), expected) << unsigned{id};

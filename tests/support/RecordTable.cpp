@@ -112,14 +112,14 @@ constexpr Link kDetailsLinks[] = {
     Block(kReceived, AT(SmsDetails, third_block), Fixed(ZEL_SMS_BLOCK_LENGTH), kByte),
     Text(kReceived, AT(SmsDetails, text)),
 };
-bool HasFirstAddress(const SmsAddresses& record)
+bool HasSecondAddress(const SmsAddresses& record)
 {
-    return record.first_address != nullptr;
+    return record.second_address != nullptr;
 }
 constexpr Link kAddressesLinks[] = {
     Block(kReceived, AT(SmsAddresses, first_address), COUNT(SmsAddresses, first_address_length), kByte),
     Block(kReceived, AT(SmsAddresses, second_address), COUNT(SmsAddresses, second_address_length), kByte,
-          If<SmsAddresses, HasFirstAddress>),
+          If<SmsAddresses, HasSecondAddress>),
     Block(kReceived, AT(SmsAddresses, block), COUNT(SmsAddresses, block_length), kByte),
 };
 constexpr Link kSmsTextLinks[] = {Text(kReceived, AT(SmsText, text))};

@@ -1,11 +1,13 @@
 #include "handlers/sms/SMSHandler.h"
 
-#include "support/HandlerChecks.h"
+#include "handlers/base/DateTime.h"
+#include "support/HandlerFixture.h"
 #include "support/HostZone.h"
 #include "support/RawRecord.h"
+#include "support/RecordShapes.h"
 #include "support/Text.h"
+#include "zelapi/sms.h"
 
-#include <map>
 #include <numeric>
 #include <tuple>
 #include <utility>
@@ -37,32 +39,11 @@ Parts GroupBlocks(std::size_t at)
     return {{at + 16, {1, 2, 3}}, {at + 32, {9}}, {at + 48, {0x77}}, {at + 64, {0xAA, 0xBB}}};
 }
 
-class SMSHandlerTest : public testing::Test
+class SMSHandlerTest : public HandlerFixture<CSMSHandler, 20>
 {
   protected:
-    SMSHandlerTest() { handler.SetResource(20); }
-
-    std::uint32_t Ask(std::uint32_t id, void* record, std::uint8_t replyId, const Bytes& reply)
-    {
-        phone.Reply(replyId, reply);
-        return handler.EncodeRequest(phone, id, record);
-    }
-
-    std::uint32_t Decode(std::uint8_t id, const Bytes& body)
-    {
-        CMessage message;
-        message.SetMessageId(id);
-        message.AppendBytes(body.size(), body.data());
-        decodedId = 0;
-        decoded = nullptr;
-        return handler.DecodeMessage(message, decodedId, decoded);
-    }
-
-    CLeakCheck leaks;
-    FakeSender phone;
-    CSMSHandler handler;
-    std::uint32_t decodedId = 0;
-    void* decoded = nullptr;
+    /// What the last request was.
+    const Bytes& Body() const { return m_phone.Last().body; }
 };
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -78,16 +59,16 @@ TEST_F(SMSHandlerTest, RequestsAreTheseBytesAndFailuresLeaveTheRecordAlone)
         std::uint32_t timeoutMs = 60000;
         Bytes versionQueries = {};
     } requests[] = {
-        {0x1401, 20, 12, {4, 5, 6, 0, 0, 0}},
-        {0x1402, 2, 2, {4, 5, 6, 7, 0, 1, 2, 8, 9, 10, 11, 12, 0, 0}, 30000},
-        {0x1403, 20, 2, {7, 6, 5, 4, 8, 0}},
-        {0x1404, 20, 0, {7, 6, 5, 4, 8, 1}},
-        {0x1405, 20, 4, {4, 5, 7, 6, 15, 0}},
-        {0x1406, 20, 14, {4, 5, 7, 6, 0, 0}, 60000, {20}},
-        {0x1407, 2, 20, {4, 5}},
-        {0x1408, 20, 18, {0, 0}},
-        {0x1409, 20, 16, {1, 0, 1, 8, 4, 0, 0, 0, 0, 0}, 60000, {20}},
-        {0x140A, 20, 20, {4, 0}},
+        {ZEL_SMS_LIST, 20, 12, {4, 5, 6, 0, 0, 0}},
+        {ZEL_SMS_SUBMIT, 2, 2, {4, 5, 6, 7, 0, 1, 2, 8, 9, 10, 11, 12, 0, 0}, 30000},
+        {ZEL_SMS_READ, 20, 2, {7, 6, 5, 4, 8, 0}},
+        {ZEL_SMS_WRITE, 20, 0, {7, 6, 5, 4, 8, 1}},
+        {ZEL_SMS_LOCATION_COMMAND, 20, 4, {4, 5, 7, 6, 15, 0}},
+        {ZEL_SMS_READ_DETAILS, 20, 14, {4, 5, 7, 6, 0, 0}, 60000, {20}},
+        {ZEL_SMS_READ_ADDRESSES, 2, 20, {4, 5}},
+        {ZEL_SMS_LIST_TEXTS, 20, 18, {0, 0}},
+        {ZEL_SMS_WRITE_TEXT, 20, 16, {1, 0, 1, 8, 4, 0, 0, 0, 0, 0}, 60000, {20}},
+        {ZEL_SMS_COMMAND, 20, 20, {4, 0}},
     };
     for (const auto& [api, resource, id, body, timeoutMs, versionQueries] : requests)
     {
@@ -95,27 +76,21 @@ TEST_F(SMSHandlerTest, RequestsAreTheseBytesAndFailuresLeaveTheRecordAlone)
         // Bytes 4 to 15 hold their own offsets, where they are not a kind or a pointer. Kind 3 of a stored message has
         // no sub-block.
         RawRecord record(0);
-        std::iota(record.bytes + 4, record.bytes + (api == 0x1409 ? 8 : 16), std::uint8_t{4});
-        record.bytes[api == 0x1402 ? 8 : 20] = api == 0x1402 ? 2 : 3;
+        std::iota(record.bytes + 4, record.bytes + (api == ZEL_SMS_WRITE_TEXT ? 8 : 16), std::uint8_t{4});
+        record.bytes[api == ZEL_SMS_SUBMIT ? 8 : 20] = api == ZEL_SMS_SUBMIT ? ZEL_SMS_SUBMIT_KIND : 3;
         const auto replyId = static_cast<std::uint8_t>(id + 1);
-        ExpectBadRecordsRefused(handler, api);
-        ExpectUnansweredKept(handler, FakeSender(), api, record, 1);
+        ExpectBadRecordsRefused(m_handler, api);
+        ExpectUnanswered(api, record, ZEL_NOT_HANDLED);
         for (const std::uint8_t status : Bytes{0x01, 0x80, 0xFF})
-            if (api != 0x1402)
-            {
-                phone.Reply(replyId, Bytes(80, status));
-                ExpectRecordUntouched(handler, phone, api, record, resource * 256u + status);
-            }
+            if (api != ZEL_SMS_SUBMIT)
+                ExpectOutcomes(api, record, {{replyId, Bytes(80, status), resource * 256u + status}});
 
-        phone = FakeSender();
-        EXPECT_EQ(Ask(api, &record, replyId, {}), 0u);
-        FakeSender::Sent sent = phone.Last();
-        EXPECT_EQ(std::exchange(sent.timeoutMs, 60000), timeoutMs);
-        EXPECT_TRUE(SameRequest(sent, resource, id, body, {replyId}));
-        EXPECT_EQ(phone.VersionQueries(), versionQueries);
+        m_phone = FakeSender();
+        EXPECT_EQ(Ask(api, &record, replyId, {}), ZEL_OK);
+        EXPECT_TRUE(SameRequest(m_phone.Last(), resource, id, body, {replyId}, timeoutMs));
+        EXPECT_EQ(m_phone.VersionQueries(), versionQueries);
     }
-    for (const std::uint32_t id : {0x1400u, 0x140Bu, 0x140Cu, 0x020Eu})
-        ExpectBadRecordsRefused(handler, id, 1);
+    ExpectNotHandled({ZEL_SMS_LIST - 1, ZEL_SMS_COMMAND + 1, ZEL_SMS_EVENT, ZEL_SMS_RECEIVED});
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -126,22 +101,21 @@ TEST_F(SMSHandlerTest, OnlyPresentParametersAreSent)
     std::uint8_t bytes[300];
     std::fill_n(bytes, sizeof bytes, std::uint8_t{0x33});
     auto* const unreadable = static_cast<std::uint8_t*>(kUnreadable);
-    SmsSubmit record = {0, {}, 2, {}, {0, 1, 4, nullptr, 2, 4, unreadable, 0, bytes, 3, 4, nullptr}};
-    EXPECT_EQ(Ask(0x1402, &record, 3, {0, 0}), 0u);
-    EXPECT_TRUE(SameBytes({0, 0, 0, 0, 0, 1, 2, 8, 0, 0, 0, 0, 0, 0}, phone.Last().body));
+    SmsSubmit record = {0, {}, ZEL_SMS_SUBMIT_KIND, {}, {0, 1, 4, nullptr, 2, 4, unreadable, 0, bytes, 3, 4, nullptr}};
+    EXPECT_EQ(Ask(ZEL_SMS_SUBMIT, &record, 3, {0, 0}), ZEL_OK);
+    EXPECT_TRUE(SameBytes({0, 0, 0, 0, 0, 1, 2, 8, 0, 0, 0, 0, 0, 0}, Body()));
 
     // 300 bytes are cut to 255; the lengths of the sub-blocks, 260 and 268, keep their low bytes.
     record.parameters = {0, 0, 0, nullptr, 0x81, 300, bytes, 0, nullptr, 0, 0, nullptr};
-    EXPECT_EQ(Ask(0x1402, &record, 3, {0, 0}), 0u);
+    EXPECT_EQ(Ask(ZEL_SMS_SUBMIT, &record, 3, {0, 0}), ZEL_OK);
     const Bytes head = {0, 0, 0, 0, 0, 1, 2, 268 % 256, 0, 0, 0, 0, 0, 1, 0x82, 260 % 256, 0x81, 255};
-    EXPECT_TRUE(SameBytes(head + Bytes(255, 0x33) + Bytes{0}, phone.Last().body));
+    EXPECT_TRUE(SameBytes(head + Bytes(255, 0x33) + Bytes{0}, Body()));
 }
 
 TEST_F(SMSHandlerTest, SubmitTakesKind2OnlyAndReportsTheCause)
 {
     for (const std::uint8_t kind : Bytes{0, 1, 3, 255})
-        ExpectRecordUntouched(handler, phone, 0x1402, SmsSubmit{0, {}, kind, {}, {}}, 0x80100013);
-    EXPECT_TRUE(phone.Requests().empty());
+        ExpectRefused(ZEL_SMS_SUBMIT, SmsSubmit{0, {}, kind, {}, {}}, ZEL_E_ARGUMENT);
     const std::pair<Bytes, std::uint32_t> cases[] = {
         {{5, 0, 12, 4, 0x12, 0x34}, 0},        // the first byte is no status; nothing follows
         {{0, 1, 12, 4, 0x12, 0x34}, 0x1234},   // a cause
@@ -155,11 +129,7 @@ TEST_F(SMSHandlerTest, SubmitTakesKind2OnlyAndReportsTheCause)
         {{}, 0},
     };
     for (const auto& [reply, expected] : cases)
-    {
-        SCOPED_TRACE(Hex(reply));
-        phone.Reply(3, reply);
-        ExpectRecordUntouched(handler, phone, 0x1402, SmsSubmit{0, {}, 2, {}, {}}, expected);
-    }
+        ExpectOutcomes(ZEL_SMS_SUBMIT, SmsSubmit{0, {}, ZEL_SMS_SUBMIT_KIND, {}, {}}, {{3, reply, expected}});
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -213,14 +183,13 @@ struct ReadCase
 /// The time record of kTimeItem, which is local time.
 Bytes TimeRecord()
 {
-    SYSTEMTIME local = {2023, 6, 0, 15, 12, 30, 45, 0};
     SYSTEMTIME utc = {};
     ZoneInformation zone = {};
-    EXPECT_EQ(CTimeConverter().LocalToUtc(&local, &utc, &zone), 0u);
-    const auto low = [](int value) { return static_cast<std::uint8_t>(value); };
-    return Bytes{low(utc.wYear), low(utc.wYear >> 8), low(utc.wMonth), low(utc.wDay)} +
-           Bytes{low(utc.wHour), low(utc.wMinute), low(utc.wSecond), 0} + BytesAt(&zone.base_offset, 4) +
-           BytesAt(&zone.extra_offset, 4);
+    EXPECT_EQ(LocalToUtc({2023, 6, 0, 15, 12, 30, 45, 0}, &utc, &zone), ZEL_OK);
+    SmsTime time = {};
+    StoreTime(utc, time);
+    StoreOffsets(zone, time);
+    return BytesAt(&time, sizeof time);
 }
 
 std::vector<ReadCase> Reads()
@@ -232,21 +201,22 @@ std::vector<ReadCase> Reads()
         return ReadCase{api, replyId, reply, fields, blocks};
     };
     return {
-        row(0x1401, 13, {0, 0xE, 0, 2, 0x12, 0x34, 0x56, 0x78}, {{8, {2, 0}}}, {{16, {0x34, 0x12, 0x78, 0x56}}}),
-        row(0x1401, 13, {0, 0xE, 0, 2, 0x12, 0x34, 0x56}, {{8, {2, 0}}}, {{16, {0x34, 0x12, 0, 0x56}}}),
-        row(0x1401, 13, {0, 0xE, 0, 0, 0x12, 0x34}, {{8, {0, 0}}, {16, kNull}}, {}),
+        row(ZEL_SMS_LIST, 13, {0, 0xE, 0, 2, 0x12, 0x34, 0x56, 0x78}, {{8, {2, 0}}}, {{16, {0x34, 0x12, 0x78, 0x56}}}),
+        row(ZEL_SMS_LIST, 13, {0, 0xE, 0, 2, 0x12, 0x34, 0x56}, {{8, {2, 0}}}, {{16, {0x34, 0x12, 0, 0x56}}}),
+        row(ZEL_SMS_LIST, 13, {0, 0xE, 0, 0, 0x12, 0x34}, {{8, {0, 0}}, {16, kNull}}, {}),
 
-        row(0x1403, 3, kStored + kKinds[0] + kAll, Parts{{20, {0, 0x5A, 1, 2, 3}}, {26, {7}}} + GroupFields(64),
+        row(ZEL_SMS_READ, 3, kStored + kKinds[0] + kAll, Parts{{20, {0, 0x5A, 1, 2, 3}}, {26, {7}}} + GroupFields(64),
             Parts{{32, kFirstBlock}} + time + GroupBlocks(64)),
-        row(0x1403, 3, kStored + kKinds[1] + kAll, Parts{{20, {1, 0x5A, 1}}, {25, {2, 7}}, {40, {7}}} + GroupFields(64),
+        row(ZEL_SMS_READ, 3, kStored + kKinds[1] + kAll,
+            Parts{{20, {1, 0x5A, 1}}, {25, {2, 7}}, {40, {7}}} + GroupFields(64),
             Parts{{32, kFirstBlock}, {48, kSecondBlock}} + time + GroupBlocks(64)),
-        row(0x1403, 3, kStored + kKinds[2] + kAll, Parts{{20, {2, 0x5A, 1, 3, 4, 2}}} + GroupFields(64),
+        row(ZEL_SMS_READ, 3, kStored + kKinds[2] + kAll, Parts{{20, {2, 0x5A, 1, 3, 4, 2}}} + GroupFields(64),
             time + GroupBlocks(64)),
         // No items: the lengths of the addresses become 0.
-        row(0x1403, 3, kStored + Bytes{2, 8, 0, 0, 0, 0, 0, 0},
+        row(ZEL_SMS_READ, 3, kStored + Bytes{2, 8, 0, 0, 0, 0, 0, 0},
             {{20, {2, 0x5A, 0, 0, 0, 0}}, {72, Bytes(4)}, {92, Bytes(4)}}, {}),
         // An unknown item, an empty first address, a second one, a third one, user data twice.
-        row(0x1403, 3,
+        row(ZEL_SMS_READ, 3,
             kStored +
                 Bytes{2, 0x58, 0, 0, 0, 0, 0, 6, 0x11, 4, 1, 1, 0x82, 4, 0x91, 0, 0x82, 8, 0x81, 1, 0x09, 0, 0, 0} +
                 Bytes{0x82, 8, 1, 1, 7, 0, 0, 0, 0x80, 8, 1, 5, 0xAA, 0, 0, 0, 0x80, 8, 1, 6, 0xBB, 0, 0, 0},
@@ -260,50 +230,43 @@ std::vector<ReadCase> Reads()
              {124, {1, 0, 0, 0}}},
             {{96, {9}}, {128, {0xBB}}}),
         // A length beyond the end reads zeros.
-        row(0x1403, 3, kStored + Bytes{2, 0x58, 0, 0, 0, 0, 0, 255, 0x82, 255, 0x91, 255, 7},
+        row(ZEL_SMS_READ, 3, kStored + Bytes{2, 0x58, 0, 0, 0, 0, 0, 255, 0x82, 255, 0x91, 255, 7},
             {{20, {2, 0x5A, 0, 0, 0, 0}}, {68, {0x91}}, {72, {255, 0, 0, 0}}, {92, Bytes(4)}},
             {{80, Bytes{7} + Bytes(254)}}),
         // No sub-block, or an empty one.
-        row(0x1403, 3, kStoredHead + Bytes{0, 0, 8, 1, 2, 3, 4, 5, 6}, {{21, {0x5A}}}, {}),
-        row(0x1403, 3, kStoredHead + Bytes{2, 0, 8, 1, 2, 3, 4, 5, 6}, {{21, {0x5A}}}, {}),
-        row(0x1403, 3, kStoredHead + Bytes{1, 0, 2}, {{21, {0x5A}}}, {}),
-        row(0x1403, 3, kStoredHead, {{21, {0x5A}}}, {}),
+        row(ZEL_SMS_READ, 3, kStoredHead + Bytes{0, 0, 8, 1, 2, 3, 4, 5, 6}, {{21, {0x5A}}}, {}),
+        row(ZEL_SMS_READ, 3, kStoredHead + Bytes{2, 0, 8, 1, 2, 3, 4, 5, 6}, {{21, {0x5A}}}, {}),
+        row(ZEL_SMS_READ, 3, kStoredHead + Bytes{1, 0, 2}, {{21, {0x5A}}}, {}),
+        row(ZEL_SMS_READ, 3, kStoredHead, {{21, {0x5A}}}, {}),
 
-        row(0x1406, 15, kDetails, {{8, {0x11, 0x12, 0x21, 0x22, 0x23, 2}}, {48, {0x31, 0x32, 0x34, 0x33}}},
+        row(ZEL_SMS_READ_DETAILS, 15, kDetails,
+            {{8, {0x11, 0x12, 0x21, 0x22, 0x23, 2}}, {48, {0x31, 0x32, 0x34, 0x33}}},
             {{16, kDetails1}, {24, kDetails2}, {32, kDetails3}, {40, {0x48, 0x00, 0x3A, 0x26}}}),
         // Two bytes of payload: the last four start before it.
-        row(0x1406, 15, {0, 1, 0x55, 4, 0x11, 0x12}, {{8, {0x11, 0x12, 0, 0, 0, 0}}, {48, Bytes(4)}},
+        row(ZEL_SMS_READ_DETAILS, 15, {0, 1, 0x55, 4, 0x11, 0x12}, {{8, {0x11, 0x12, 0, 0, 0, 0}}, {48, Bytes(4)}},
             {{16, Bytes(12)}, {24, Bytes(12)}, {32, Bytes(7)}}),
-        row(0x1406, 15, {0, 0, 0x55, 4, 1, 1}, {}, {}),
-        row(0x1406, 15, {0, 1, 0x55, 2}, {}, {}),
+        row(ZEL_SMS_READ_DETAILS, 15, {0, 0, 0x55, 4, 1, 1}, {}, {}),
+        row(ZEL_SMS_READ_DETAILS, 15, {0, 1, 0x55, 2}, {}, {}),
 
-        row(0x1407, 21, Bytes{0, 2, 5, 4, 1, 1} + kGroup,
+        row(ZEL_SMS_READ_ADDRESSES, 21, Bytes{0, 2, 5, 4, 1, 1} + kGroup,
             {{12, {0xEF, 1, 2, 3, 0x91}}, {20, {3, 0, 0, 0}}, {32, {0x81}}, {36, {1, 0, 0, 0}}, {48, {7, 2}}}, group),
-        row(0x1407, 21, Bytes{0, 2} + kGroup + kBareGroup,
+        row(ZEL_SMS_READ_ADDRESSES, 21, Bytes{0, 2} + kGroup + kBareGroup,
             {{12, {0xFF, 4, 5, 6, 0x91}}, {20, Bytes(4)}, {32, {0x81}}, {36, Bytes(4)}, {48, {7, 2}}}, group),
-        row(0x1407, 21, Bytes{0, 9} + kGroup + kNewGroup + Bytes{11, 2} + kGroup,
+        row(ZEL_SMS_READ_ADDRESSES, 21, Bytes{0, 9} + kGroup + kNewGroup + Bytes{11, 2} + kGroup,
             {{12, {0, 7, 8, 9, 1}}, {20, {1, 0, 0, 0}}, {32, {2}}, {36, {5, 0, 0, 0}}, {48, {7, 2}}},
             {{24, {0x44}}, {40, {0x66, 0, 0, 0, 0}}, {56, {0xD1, 0xD2}}}),
-        row(0x1407, 21, Bytes{0, 1} + kEmptyGroup,
+        row(ZEL_SMS_READ_ADDRESSES, 21, Bytes{0, 1} + kEmptyGroup,
             {{12, {0xFF, 0, 0, 0, 1}}, {20, Bytes(4)}, {24, kNull}, {32, {2}}, {36, {5, 0, 0, 0}}, {40, kNull}}, {}),
     };
 }
 
 /// Frees what a read has stored.
-void FreeBlocks(std::uint32_t api, const RawRecord& record)
+void FreeStored(std::uint32_t api, RawRecord record)
 {
-    static const std::map<std::uint32_t, std::vector<std::size_t>> pointers = {
-        {0x1401, {16}}, {0x1403, {32, 48, 56, 80, 96, 112, 128}}, {0x1406, {16, 24, 32, 40}}, {0x1407, {24, 40, 56}}};
-    for (const std::size_t offset : pointers.at(api))
-    {
-        void* pointer = record.PointerAt(offset);
-        if (pointer == RawRecord(kFill).PointerAt(offset))
-            continue;
-        if (api == 0x1406 && offset == 40)
-            SysFreeString(static_cast<BSTR>(pointer));
-        else
-            CoTaskMemFree(pointer);
-    }
+    for (std::size_t offset = 0; offset < sizeof record.bytes; offset += sizeof(void*))
+        if (record.PointerAt(offset) == RawRecord(kFill).PointerAt(offset))
+            record.SetPointer(offset, nullptr);
+    FreeReceived(api, record.bytes);
 }
 
 TEST_F(SMSHandlerTest, RepliesFillTheRecord)
@@ -312,61 +275,64 @@ TEST_F(SMSHandlerTest, RepliesFillTheRecord)
     {
         SCOPED_TRACE(Hex(read.reply));
         RawRecord record(kFill);
-        EXPECT_EQ(Ask(read.api, &record, read.replyId, read.reply), 0u);
+        EXPECT_EQ(Ask(read.api, &record, read.replyId, read.reply), ZEL_OK);
         EXPECT_TRUE(SameRecord(read.fields, read.blocks, record, kFill));
-        const bool hasText = read.api == 0x1406 && read.blocks.size() == 4;
+        const bool hasText = read.api == ZEL_SMS_READ_DETAILS && read.blocks.size() == 4;
         EXPECT_EQ(hasText ? SysStringLen(static_cast<BSTR>(record.PointerAt(40))) : 2, 2u);
-        FreeBlocks(read.api, record);
-        for (const Bytes& reply : Truncations(read.reply))
-        {
-            RawRecord part(kFill);
-            EXPECT_EQ(Ask(read.api, &part, read.replyId, reply), 0u) << Hex(reply);
-            FreeBlocks(read.api, part);
-        }
+        FreeStored(read.api, record);
+        const RawRecord filled(kFill);
+        Survives(read.api, &filled, read.replyId, read.reply);
         if (read.blocks.empty())
             continue;
         FailEachAllocation([&] {
             RawRecord failed(kFill);
             const std::uint32_t result = Ask(read.api, &failed, read.replyId, read.reply);
-            if (result == 0)
-                FreeBlocks(read.api, failed);
+            if (result == ZEL_OK)
+                FreeStored(read.api, failed);
             else  // byte 21 of a stored message is stored before there is anything to allocate
                 EXPECT_TRUE(SameRecord({{21, {failed.bytes[21]}}}, {}, failed, kFill));
             return result;
         });
     }
     RawRecord unknown(kFill);
-    EXPECT_EQ(Ask(0x1403, &unknown, 3, kStored + Bytes{3, 8, 1, 2, 3, 4, 5, 6}), 3u);
+    EXPECT_EQ(Ask(ZEL_SMS_READ, &unknown, 3, kStored + Bytes{3, 8, 1, 2, 3, 4, 5, 6}), ZEL_NOT_SUPPORTED);
     EXPECT_TRUE(SameRecord({{20, {0, 0x5A}}}, {}, unknown, kFill)) << "an unknown kind resets the kind";
 }
 
 TEST_F(SMSHandlerTest, StoredMessagesAreWrittenAsTheyAreRead)
 {
     for (const ReadCase& read : Reads())
-        if (read.api == 0x1403 && read.blocks.size() > 4)
+        if (read.api == ZEL_SMS_READ && read.blocks.size() > 4)
         {
             const Bytes block(read.reply.begin() + 10, read.reply.end());
             SCOPED_TRACE(unsigned{block[0]});
-            phone = FakeSender();
+            m_phone = FakeSender();
             RawRecord record(0);
-            EXPECT_EQ(Ask(0x1403, &record, 3, read.reply), 0u);
-            EXPECT_EQ(phone.TimeQueries(), block[0] == 2 ? 1u : 0u);
-            EXPECT_EQ(Ask(0x1404, &record, 1, {0, 0xE, 0x12, 0x34}), 0u);
-            EXPECT_EQ(phone.TimeQueries(), block[0] == 2 ? 2u : 0u);
-            EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1} + block, phone.Last().body));
+            EXPECT_EQ(Ask(ZEL_SMS_READ, &record, 3, read.reply), ZEL_OK);
+            EXPECT_EQ(m_phone.TimeQueries(), block[0] == 2 ? 1u : 0u);
+            EXPECT_EQ(Ask(ZEL_SMS_WRITE, &record, 1, {0, 0xE, 0x12, 0x34}), ZEL_OK);
+            EXPECT_EQ(m_phone.TimeQueries(), block[0] == 2 ? 2u : 0u);
+            EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1} + block, Body()));
             EXPECT_EQ(BytesAt(record.bytes + 4, 2), (Bytes{0x34, 0x12})) << "the new location";
 
-            SmsSubmit submit = {0, {1, 2, 3, 4}, 2, {5, 6, 7, 8}, {}};
+            SmsSubmit submit = {0, {1, 2, 3, 4}, ZEL_SMS_SUBMIT_KIND, {5, 6, 7, 8}, {}};
             std::memcpy(&submit.parameters, record.bytes + 64, sizeof submit.parameters);
-            EXPECT_EQ(Ask(0x1402, &submit, 3, {0, 0}), 0u);
-            EXPECT_TRUE(SameBytes(Bytes{1, 2, 3, 4, 0, 1, 2, 36, 5, 6, 7, 8, 0, 4} + kItems, phone.Last().body));
-            FreeBlocks(read.api, record);
+            EXPECT_EQ(Ask(ZEL_SMS_SUBMIT, &submit, 3, {0, 0}), ZEL_OK);
+            EXPECT_TRUE(SameBytes(Bytes{1, 2, 3, 4, 0, 1, 2, 36, 5, 6, 7, 8, 0, 4} + kItems, Body()));
+            FreeStored(read.api, record);
         }
 
+    auto* const unreadable = static_cast<std::uint8_t*>(kUnreadable);
     SmsStoredMessage record = {};
-    record.content = {0, 1, 0, {1, 0, 0, 2}, 0, static_cast<std::uint8_t*>(kUnreadable), 0, nullptr};
-    EXPECT_EQ(Ask(0x1404, &record, 1, {}), 0u);
-    EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1, 1, 20, 1, 2} + Bytes(16), phone.Last().body)) << "without blocks";
+    record.content = {0, ZEL_SMS_KIND_1, 0, {1, 0, 0, 2}, 0, unreadable, 0, nullptr};
+    EXPECT_EQ(Ask(ZEL_SMS_WRITE, &record, 1, {}), ZEL_OK);
+    EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1, 1, 20, 1, 2} + Bytes(16), Body())) << "without blocks";
+    record.content.second_block_length = 7;
+    ExpectRefused(ZEL_SMS_WRITE, record, ZEL_E_ARGUMENT);
+    record.content.kind = ZEL_SMS_KIND_0;
+    EXPECT_EQ(Ask(ZEL_SMS_WRITE, &record, 1, {}), ZEL_OK) << "this kind has no second block";
+    record.content.first_block_length = 1;
+    ExpectRefused(ZEL_SMS_WRITE, record, ZEL_E_ARGUMENT);
 }
 
 #ifndef _WIN32
@@ -374,26 +340,34 @@ TEST_F(SMSHandlerTest, TimeStampsAreReadAndWrittenAsLocalAndAFailureEndsTheReadi
 {
     const CCentralEuropeanZone zone;
     SmsStoredMessage record = {};
-    ASSERT_EQ(Ask(0x1403, &record, 3, kStored + Bytes{2, 20, 0, 0, 0, 0, 0, 1} + kTimeItem), 0u);
+    ASSERT_EQ(Ask(ZEL_SMS_READ, &record, 3, kStored + Bytes{2, 20, 0, 0, 0, 0, 0, 1} + kTimeItem), ZEL_OK);
     const SmsTime expected = {2023, 6, 15, 10, 30, 45, 60, 60};
     EXPECT_EQ(BytesAt(record.time, 7), BytesAt(&expected, 7));
     EXPECT_EQ(std::tie(record.time->base_offset, record.time->extra_offset), std::make_tuple(60, 60));
-    EXPECT_EQ(Ask(0x1404, &record, 1, {}), 0u);
-    EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1, 2, 20, 0, 0, 0, 0, 0, 1} + kTimeItem, phone.Last().body));
+    EXPECT_EQ(Ask(ZEL_SMS_WRITE, &record, 1, {}), ZEL_OK);
+    EXPECT_TRUE(SameBytes(Bytes{0, 0, 0, 0, 0, 1, 2, 20, 0, 0, 0, 0, 0, 1} + kTimeItem, Body()));
     EXPECT_EQ(BytesAt(record.time, 7), BytesAt(&expected, 7)) << "a write does not touch it";
 
-    record.time->month = 0;
-    EXPECT_EQ(Ask(0x1404, &record, 1, {}), 0u);
-    const Bytes zeros = Bytes{0, 0, 0, 0, 0, 1, 2, 20, 0, 0, 0, 0, 0, 1, 0x84, 12} + Bytes(10);
-    EXPECT_TRUE(SameBytes(zeros, phone.Last().body)) << "what cannot be converted";
+    // No time is no time, whatever the zone.
+    *record.time = {};
+    const Bytes noTime = Bytes{0, 0, 0, 0, 0, 1, 2, 20, 0, 0, 0, 0, 0, 1, 0x84, 12} + Bytes(10);
+    EXPECT_EQ(Ask(ZEL_SMS_WRITE, &record, 1, {}), ZEL_OK);
+    EXPECT_TRUE(SameBytes(noTime, Body()));
+    CoTaskMemFree(record.time);
+    ASSERT_EQ(Ask(ZEL_SMS_READ, &record, 3, kStored + Bytes(noTime.begin() + 6, noTime.end())), ZEL_OK);
+    EXPECT_EQ(BytesAt(record.time, 7), Bytes(7));
+
+    record.time->day = 1;
+    EXPECT_EQ(Ask(ZEL_SMS_WRITE, &record, 1, {}), ZEL_OK);
+    EXPECT_TRUE(SameBytes(noTime, Body())) << "what cannot be converted";
     CoTaskMemFree(record.time);
 
     const Bytes month0 = {0x84, 12, 0x07, 0xE7, 0, 15, 12, 30, 45, 0, 0, 0};
     RawRecord failed(kFill);
-    EXPECT_EQ(Ask(0x1403, &failed, 3, kStored + kKinds[0] + Bytes{5} + kItems + month0), 0x80100010u);
+    EXPECT_EQ(Ask(ZEL_SMS_READ, &failed, 3, kStored + kKinds[0] + Bytes{5} + kItems + month0), ZEL_E_FAIL);
     EXPECT_TRUE(SameRecord({{21, {0x5A}}}, {}, failed, kFill));
     host::FailTimeZone();
-    EXPECT_EQ(Ask(0x1403, &failed, 3, kStored + kKinds[1] + kAll), 0x80100024u);
+    EXPECT_EQ(Ask(ZEL_SMS_READ, &failed, 3, kStored + kKinds[1] + kAll), ZEL_E_TIME_ZONE);
     EXPECT_TRUE(SameRecord({{21, {0x5A}}}, {}, failed, kFill));
 }
 #endif
@@ -403,21 +377,18 @@ TEST_F(SMSHandlerTest, TimeStampsAreReadAndWrittenAsLocalAndAFailureEndsTheReadi
 
 TEST_F(SMSHandlerTest, TextsFillTheirOwnEntries)
 {
-    std::uint32_t result = 0;
     // By entry the value, the length and the units; the fields of an entry that is left out are 0.
     const auto read = [&](const Bytes& reply) {
         SmsTextList list = {0, 9, nullptr};
-        result = Ask(0x1408, &list, 19, reply);
+        EXPECT_EQ(Ask(ZEL_SMS_LIST_TEXTS, &list, 19, reply), ZEL_OK);
         std::vector<std::u16string> texts;
-        for (std::size_t i = 0; list.entries != nullptr && i < list.count; ++i)
+        for (const SmsText& entry : std::span(list.entries, list.entries == nullptr ? 0 : list.count))
         {
-            const SmsText& entry = list.entries[i];
             texts.push_back({entry.value, entry.text_length, entry.text == nullptr ? u'-' : u':'});
             texts.back() += UnitsOf(entry.text);
-            SysFreeString(entry.text);
         }
-        CoTaskMemFree(list.entries);
-        EXPECT_EQ(list.count, result != 0 ? 9 : texts.size());
+        EXPECT_EQ(list.count, texts.size());
+        FreeReceived(ZEL_SMS_LIST_TEXTS, &list);
         return texts;
     };
     using Texts = std::vector<std::u16string>;
@@ -426,9 +397,8 @@ TEST_F(SMSHandlerTest, TextsFillTheirOwnEntries)
     EXPECT_EQ(read(reply), (Texts{u"\x07\x02:A\u263A", absent, {8, 0, u':'}}));
     EXPECT_EQ(read({0, 255, 1, 2}), Texts(255, absent));
     EXPECT_EQ(read({0, 0, 1, 4, 7, 0}), Texts());
-    for (const Bytes& part : Truncations(reply))
-        EXPECT_EQ(read(part).size(), part.size() < 2 ? 0u : 3u);
-    FailEachAllocation([&] { return read(reply), result; });
+    const SmsTextList list = {0, 9, nullptr};
+    Survives(ZEL_SMS_LIST_TEXTS, &list, 19, reply);
 }
 
 TEST_F(SMSHandlerTest, WrittenTextsAreCut)
@@ -442,25 +412,23 @@ TEST_F(SMSHandlerTest, WrittenTextsAreCut)
     for (const auto& [isVersionKnown, length, sent, blockLength] : cases)
     {
         if (isVersionKnown)
-            phone.SetVersion(20, 0, 0);
+            m_phone.SetVersion(20, 0, 0);
         const CBStrOwner text = MakeText(std::u16string(length, u'\u263A'));
         SmsTextToWrite record = {0, 0x21, text.get()};
-        EXPECT_EQ(Ask(0x1409, &record, 17, {0}), 0u);
+        EXPECT_EQ(Ask(ZEL_SMS_WRITE_TEXT, &record, 17, {0}), ZEL_OK);
         Bytes expected = {1, 0, 1, blockLength, 0x21, sent};
         for (unsigned i = 0; i < sent; ++i)
             expected = expected + Bytes{0x26, 0x3A};
         expected.resize(2u + blockLength);
-        EXPECT_TRUE(SameBytes(expected, phone.Last().body)) << length;
+        EXPECT_TRUE(SameBytes(expected, Body())) << length;
     }
     SmsTextToWrite record = {0, 0x21, static_cast<BSTR>(kUnreadable)};
-    EXPECT_EQ(Ask(0x1409, &record, 17, {0}), 0u);
-    EXPECT_TRUE(SameBytes({1, 0, 1, 8, 0x21, 0, 0, 0, 0, 0}, phone.Last().body));
+    EXPECT_EQ(Ask(ZEL_SMS_WRITE_TEXT, &record, 17, {0}), ZEL_OK);
+    EXPECT_TRUE(SameBytes({1, 0, 1, 8, 0x21, 0, 0, 0, 0, 0}, Body()));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Indications
-
-constexpr std::pair<std::uint32_t, void*> kNothing = {0, nullptr};
 
 TEST_F(SMSHandlerTest, ReceivedMessagesAreDelivered)
 {
@@ -480,56 +448,42 @@ TEST_F(SMSHandlerTest, ReceivedMessagesAreDelivered)
     {
         const Bytes whole = head + content;
         SCOPED_TRACE(Hex(whole));
-        EXPECT_EQ(Decode(4, whole), 0u);
-        ASSERT_EQ(decodedId, 526u);
+        SmsReceivedMessage* received = nullptr;
+        ASSERT_EQ(Decode(4, whole, ZEL_SMS_RECEIVED, received), ZEL_OK);
         RawRecord record(0);
-        std::memcpy(record.bytes, decoded, 128);
+        std::memcpy(record.bytes, received, sizeof *received);
         EXPECT_TRUE(SameRecord(headFields + fields, blocks, record, 0));
-        static_cast<SmsReceivedMessage*>(decoded)->further = static_cast<std::uint8_t*>(CoTaskMemAlloc(1));
-        EXPECT_EQ(handler.FreeDecodedData(526, decoded), 0u);
-
-        for (const Bytes& part : Truncations(whole))
-        {
-            EXPECT_EQ(Decode(4, part), 0u) << Hex(part);
-            EXPECT_EQ(handler.FreeDecodedData(decodedId, decoded), decodedId == 0 ? 1u : 0u);
-        }
-        FailEachAllocation([&] {
-            const std::uint32_t result = Decode(4, whole);
-            EXPECT_EQ(decoded == nullptr, result != 0);
-            EXPECT_EQ(handler.FreeDecodedData(decodedId, decoded), result == 0 ? 0u : 1u);
-            return result;
-        });
+        received->further = static_cast<std::uint8_t*>(CoTaskMemAlloc(1));
+        EXPECT_EQ(m_handler.FreeDecodedData(ZEL_SMS_RECEIVED, received), ZEL_OK);
+        SurvivesIndication(m_handler, ZEL_SMS_RECEIVED, {4, whole});
     }
-    for (const std::uint8_t kind : Bytes{2, 255})
-    {
-        EXPECT_EQ(Decode(4, head + Bytes{1, kind, 8, 1, 1, 1, 1, 1, 1}), 0u);
-        EXPECT_EQ(std::make_pair(decodedId, decoded), kNothing);
-    }
+    // One of another kind is none, and no failure.
+    for (const std::uint8_t kind : Bytes{ZEL_SMS_KIND_2, 255})
+        ExpectNotDecoded(4, ZEL_OK, head + Bytes{1, kind, 8, 1, 1, 1, 1, 1, 1});
 }
 
 TEST_F(SMSHandlerTest, EventsAreDeliveredAndIndicationsFreed)
 {
-    FailEachAllocation([&] {
-        const std::uint32_t result = Decode(11, {0x12, 0x34, 0x56, 0x78});
-        EXPECT_EQ(decodedId, result == 0 ? 5132u : 0u);
-        EXPECT_EQ(decoded == nullptr, result != 0);
-        const Bytes event = {0, 0, 0, 0, 0x34, 0x12, 0x56, 0};
-        EXPECT_EQ(result == 0 ? BytesAt(decoded, 8) : event, event);
-        EXPECT_EQ(handler.FreeDecodedData(5132, decoded), 0u);
-        return result;
-    });
-    EXPECT_EQ(Decode(27, {1, 2, 3}), 0u);
-    EXPECT_EQ(std::make_pair(decodedId, decoded), std::make_pair(5133u, kNothing.second));
-    EXPECT_EQ(Decode(5, {1, 2, 3}), 1u);
-    EXPECT_EQ(std::make_pair(decodedId, decoded), kNothing);
+    SmsEvent* event = nullptr;
+    ASSERT_EQ(Decode(11, {0x12, 0x34, 0x56, 0x78}, ZEL_SMS_EVENT, event), ZEL_OK);
+    EXPECT_EQ(BytesAt(event, sizeof *event), (Bytes{0, 0, 0, 0, 0x34, 0x12, 0x56, 0}));
+    EXPECT_EQ(m_handler.FreeDecodedData(ZEL_SMS_EVENT, event), ZEL_OK);
+    SurvivesIndication(m_handler, ZEL_SMS_EVENT, {11, {0x12, 0x34, 0x56}});
+
+    CMessage signal = MessageOf(27, {1, 2, 3});
+    std::uint32_t id = 0;
+    void* none = &signal;
+    EXPECT_EQ(m_handler.DecodeMessage(signal, id, none), ZEL_OK);
+    EXPECT_EQ(std::make_pair(id, none), std::make_pair(ZEL_SMS_SIGNAL, static_cast<void*>(nullptr)));
+    ExpectNotDecoded(5);
 
     RawRecord record(0);
-    EXPECT_EQ(handler.FreeDecodedData(5133, &record), 0u);
-    for (const std::uint32_t id : {526u, 5132u})
+    EXPECT_EQ(m_handler.FreeDecodedData(ZEL_SMS_SIGNAL, &record), ZEL_OK);
+    for (const std::uint32_t freed : {ZEL_SMS_RECEIVED, ZEL_SMS_EVENT})
         for (void* bad : {static_cast<void*>(nullptr), kUnreadable})
-            EXPECT_EQ(handler.FreeDecodedData(id, bad), 0u);
-    for (const std::uint32_t id : {0u, 5121u, 5131u, 5134u})
-        EXPECT_EQ(handler.FreeDecodedData(id, &record), 1u);
+            EXPECT_EQ(m_handler.FreeDecodedData(freed, bad), ZEL_OK);
+    for (const std::uint32_t other : {0u, ZEL_SMS_LIST, ZEL_SMS_EVENT - 1, ZEL_SMS_SIGNAL + 1})
+        EXPECT_EQ(m_handler.FreeDecodedData(other, &record), ZEL_NOT_HANDLED);
 }
 
 }  // namespace

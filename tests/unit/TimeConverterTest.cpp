@@ -1,7 +1,8 @@
 #include "handlers/base/TimeConverter.h"
 
-#include "handlers/base/ContentHandler.h"
+#include "handlers/base/DateTime.h"
 #include "support/Memory.h"
+#include "zelapi/zelapi.h"
 
 #include <gtest/gtest.h>
 
@@ -379,25 +380,18 @@ TEST_F(SystemZone, ADateThatDoesNotExistFails)
     EXPECT_EQ(converted, never);
 }
 
-class CHandlerWithTimes : public CContentHandler
-{
-  public:
-    using CContentHandler::LocalToUtc;
-    std::uint32_t EncodeRequest(CDataSender&, std::uint32_t, void*) override { return ZEL_NOT_HANDLED; }
-};
-
 TEST_F(SystemZone, HandlersConvertIntoWhatTheyHave)
 {
     host::SetTimeZone(CentralEurope());
     const SYSTEMTIME local = Time(2006, 7, 1, 12);
     SYSTEMTIME utc = {};
     ZoneInformation info = {};
-    EXPECT_EQ(CHandlerWithTimes::LocalToUtc(local, &utc, nullptr), ZEL_OK);
+    EXPECT_EQ(LocalToUtc(local, &utc, nullptr), ZEL_OK);
     EXPECT_EQ(WithoutWeekday(utc), Time(2006, 7, 1, 10));
-    EXPECT_EQ(CHandlerWithTimes::LocalToUtc(local, nullptr, &info), ZEL_OK);
+    EXPECT_EQ(LocalToUtc(local, nullptr, &info), ZEL_OK);
     EXPECT_EQ(info, (ZoneInformation{2, 60, 60}));
     host::FailTimeZone();
-    EXPECT_EQ(CHandlerWithTimes::LocalToUtc(local, nullptr, &info), ZEL_E_TIME_ZONE);
+    EXPECT_EQ(LocalToUtc(local, nullptr, &info), ZEL_E_TIME_ZONE);
     EXPECT_EQ(info, (ZoneInformation{-1, 0, 0}));
 }
 

@@ -45,3 +45,10 @@ bool CConversation::IsAtLeast(std::uint8_t major, std::uint8_t minor) const
     const auto version = GetVersion();
     return version && (version->major > major || (version->major == major && version->minor >= minor));
 }
+
+void CConversation::AskClockSettings() const
+{
+    std::uint16_t first = 0;
+    std::uint16_t second = 0;
+    m_sender.GetTimeServiceParameters(first, second);
+}

@@ -71,6 +71,10 @@ class CConversation
     /// Whether the phone has this version of the service, or a later one. False if it has told none.
     bool IsAtLeast(std::uint8_t major, std::uint8_t minor) const;
 
+    /// Asks the connection for the settings of the phone's clock. No message carries them, but what the asking throws
+    /// ends the operation.
+    void AskClockSettings() const;
+
     CDataSender& GetSender() const { return m_sender; }
 
   private:

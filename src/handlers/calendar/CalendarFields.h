@@ -1,11 +1,32 @@
 #pragma once
 
-#include "handlers/base/Owners.h"
+#include "handlers/base/CallersData.h"
+#include "handlers/base/RecordArray.h"
 #include "message/MsgBase.h"
 #include "zelapi/calendar.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <span>
+
+/// The statuses of a success: done, and "this is the last part".
+inline constexpr std::uint8_t kCalendarDone = 0;
+inline constexpr std::uint8_t kCalendarLastPart = 7;
+inline constexpr std::initializer_list<std::uint8_t> kCalendarSuccesses = {kCalendarDone, kCalendarLastPart};
+
+/// A number that applications and phones write differently.
+struct CalendarCode
+{
+    std::uint16_t api;
+    std::uint16_t wire;
+};
+
+inline constexpr CalendarCode kCalendarEntryKinds[] = {{1, 0}, {2, 1}, {3, 2}};
+inline constexpr CalendarCode kCalendarKindCodes[] = {{3, 0x0004}, {4, 0x0008}, {5, 0x0200}};
+
+/// A value that is not in the table stays as it is, in both directions; the first match counts.
+std::uint16_t CalendarToWire(std::span<const CalendarCode> codes, std::uint16_t api);
+std::uint16_t CalendarFromWire(std::span<const CalendarCode> codes, std::uint16_t wire);
 
 /// What a field's value is.
 enum class CalendarFieldType : std::uint8_t
@@ -24,39 +45,11 @@ const CalendarField* FindCalendarField(std::span<const CalendarField> fields, st
 /// The number of the last field with this id, 0 if there is none.
 std::uint32_t CalendarNumberOf(std::span<const CalendarField> fields, std::uint16_t id);
 
-/// The units of a field's text; empty for a null or unreadable one.
-std::span<const OLECHAR> CalendarTextOf(const CalendarField& field);
-
-/// Reads year, month, day, hour and minute, with nothing else set.
-SYSTEMTIME ReadCalendarTime(CMsgBase& from);
-/// Appends year, month, day, hour and minute.
-void AppendCalendarTime(CMsgBase& to, const SYSTEMTIME& time);
-
 /// Stores a date of the phone as local time, with the offsets of the zone. What cannot be converted becomes all zeros.
 void SetCalendarDate(CalendarField& field, const SYSTEMTIME& phoneTime);
 /// A field's date as the phone wants it.
 SYSTEMTIME CalendarDateForPhone(const CalendarField& field);
 
-/// Owns the fields of an entry, and their texts, while it is being read.
-class CCalendarFields
-{
-  public:
-    /// `count` empty fields, and room for `spare` more. Throws CAtlException (E_OUTOFMEMORY).
-    CCalendarFields(std::uint32_t count, std::uint32_t spare);
-    CCalendarFields(const CCalendarFields&) = delete;
-    CCalendarFields& operator=(const CCalendarFields&) = delete;
-    ~CCalendarFields();
-
-    std::span<CalendarField> Fields() { return {m_fields.get(), m_count}; }
-
-    /// One more field. REQUIRES: room for it.
-    CalendarField& Append(std::uint16_t id);
-    void AppendNumber(std::uint16_t id, std::uint32_t number) { Append(id).value.number = number; }
-
-    /// Hands everything over to the caller of the request.
-    void ReleaseInto(CalendarEntryRecord& record);
-
-  private:
-    CTaskMemOwner<CalendarField> m_fields;
-    std::uint32_t m_count;
-};
+void FreeCalendarField(const CalendarField& field);
+/// The fields of an entry while it is being read.
+using CCalendarFields = CRecordArray<CalendarField, FreeCalendarField>;

@@ -1,25 +1,17 @@
 #include "handlers/calendar/CalendarNewFormat.h"
 
 #include "handlers/base/Blocks.h"
+#include "handlers/base/DateTime.h"
 #include "handlers/calendar/CalendarFields.h"
-#include "message/ExceptionFrame.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace
 {
 
-constexpr std::uint16_t kEntryBlock = 0x0001;
-constexpr std::uint32_t kMaxFields = 0xFF;
-/// The length of a sub-block has 16 bits and counts its header of 4 bytes; it is a multiple of 4.
-constexpr std::uint32_t kMaxPayload = 0xFFFC - 4;
-
-void ReadDate(CSubBlock& block, CalendarField& field)
-{
-    SYSTEMTIME time = ReadCalendarTime(block);
-    time.wSecond = block.ReadByte();
-    SetCalendarDate(field, time);
-}
+/// Id of the sub-block of an entry. Those in it have the ids of their fields.
+constexpr std::uint16_t kEntry = 0x0001;
 
 void ReadField(CSubBlock& block, CalendarField& field)
 {
@@ -38,25 +30,16 @@ void ReadField(CSubBlock& block, CalendarField& field)
             field.value.text = block.ReadString(length);
         break;
     case CalendarFieldType::kDate:
-        ReadDate(block, field);
+        SetCalendarDate(field, ReadTimeToSecond(block));
         break;
     }
     field.id = block.GetId();
 }
 
-void AppendText(CSubBlock& block, std::span<const OLECHAR> text)
+void AppendCountedText(CSubBlock& block, CTextView text)
 {
-    const auto length = static_cast<std::int32_t>(text.size());
-    block.AppendWord(static_cast<std::uint16_t>(length));
-    block.AppendStringN(text.data(), length, length, false);
-}
-
-void AppendDate(CSubBlock& block, const CalendarField& field)
-{
-    const SYSTEMTIME time = CalendarDateForPhone(field);
-    AppendCalendarTime(block, time);
-    block.AppendByte(static_cast<std::uint8_t>(time.wSecond));
-    block.AppendByte(0);
+    block.AppendWord(static_cast<std::uint16_t>(text.size()));
+    AppendText(block, text);
 }
 
 void AppendValue(CSubBlock& block, const CalendarField& field)
@@ -69,66 +52,97 @@ void AppendValue(CSubBlock& block, const CalendarField& field)
         block.AppendDword(field.value.number);
         break;
     case CalendarFieldType::kText:
-        AppendText(block, CalendarTextOf(field));
+        AppendCountedText(block, TextOf(field.value.text));
         break;
     case CalendarFieldType::kOptionalText:
-        if (const auto text = CalendarTextOf(field); !text.empty())
-            AppendText(block, text);
+        if (const CTextView text = TextOf(field.value.text); !text.empty())
+            AppendCountedText(block, text);
         break;
     case CalendarFieldType::kDate:
-        AppendDate(block, field);
+        AppendTimeToSecond(block, CalendarDateForPhone(field));
+        block.AppendByte(0);
         break;
     }
 }
 
-/// Refuses what a sub-block's length cannot tell: the phone would take the rest for something else.
-void WriteBlock(CSubBlock& block, CMsgBase& to)
+/// As many of the first fields as there are fields that are not empty: the array keeps its holes, and what stands
+/// behind the last one sent is left out.
+std::span<const CalendarField> FieldsToSend(std::span<const CalendarField> fields)
 {
-    if (block.GetSize() > kMaxPayload)
-        ThrowCode(ZEL_E_ARGUMENT);
-    block.WriteTo(&to);
-}
-
-}  // namespace
-
-void ReadNewCalendarEntry(CMessage& reply, CalendarEntryRecord& record)
-{
-    CSubBlock entry = NewBlock(kWordIdBlock);
-    if (reply.ReadByte() == 0 || !entry.ReadFrom(&reply) || entry.GetId() != kEntryBlock)
-        return;
-    entry.Skip(3);
-    const std::uint8_t count = entry.ReadByte();
-
-    CCalendarFields fields(count, 1);
-    ForEachBlock(entry, count, kWordIdBlock,
-                 [&](CSubBlock& block, std::uint32_t index) { ReadField(block, fields.Fields()[index]); });
-    const bool isKind3 = CalendarNumberOf(fields.Fields(), ZEL_CALENDAR_ENTRY_KIND) == ZEL_CALENDAR_ENTRY_KIND_3;
-    if (isKind3 && CalendarNumberOf(fields.Fields(), ZEL_CALENDAR_KIND_CODE) == 0)
-        fields.AppendNumber(ZEL_CALENDAR_KIND_CODE, 1);
-    fields.ReleaseInto(record);
-}
-
-void AppendNewCalendarEntry(CMessage& request, CalendarEntryRecord& record)
-{
-    const std::span<const CalendarField> fields(record.fields, static_cast<std::size_t>(record.count));
     const auto empty = static_cast<std::size_t>(std::ranges::count(fields, 0, &CalendarField::id));
-    // Only the count is lowered: the array keeps its holes, and what stands behind the last one sent is left out.
-    const auto sent = fields.first(fields.size() - empty);
-    if (sent.size() > kMaxFields)
-        ThrowCode(ZEL_E_ARGUMENT);
-    record.count = static_cast<std::int32_t>(sent.size());
+    return fields.first(fields.size() - empty);
+}
 
-    CSubBlock entry = NewBlock(kWordIdBlock, kEntryBlock);
-    entry.AppendByte(0);
-    entry.AppendWord(0);
-    entry.AppendByte(static_cast<std::uint8_t>(sent.size()));
-    for (const CalendarField& field : sent)
+/// Throws ZEL_E_ARGUMENT for more than the lengths in it can name.
+void AppendEntry(CMessage& message, std::span<const CalendarField> fields)
+{
+    if (fields.size() > std::numeric_limits<std::uint8_t>::max())
+        ThrowCode(ZEL_E_ARGUMENT);
+    CSubBlock entry = NewBlock(kWordIdBlock, kEntry);
+    entry.AppendBytes({0, 0, 0, static_cast<std::uint8_t>(fields.size())});
+    for (const CalendarField& field : fields)
     {
         CSubBlock block = NewBlock(kWordIdBlock, field.id);
         AppendValue(block, field);
-        WriteBlock(block, entry);
+        AppendFitting(entry, block);
     }
-    request.AppendByte(0);
-    request.AppendByte(1);
-    WriteBlock(entry, request);
+    message.AppendBytes({0, 1});
+    AppendFitting(message, entry);
+}
+
+constexpr Exchange kRead = {.request = 0xB5, .reply = 0xB6};
+constexpr Exchange kWrite = {.request = 0xB7, .reply = 0xB8};
+
+}  // namespace
+
+void ReadNewCalendarEntry(const CConversation& phone, CalendarEntryRecord& record)
+{
+    CMessage message = phone.Request(kRead);
+    message.AppendBytes({0, 1});
+    CSubBlock location = NewBlock(kWordIdBlock, ZEL_CALENDAR_LOCATION);
+    location.AppendDword(record.location);
+    location.WriteTo(&message);
+
+    phone.Ask(message, kRead);
+    phone.RequireStatus(message, kCalendarSuccesses);
+    CSubBlock entry = NewBlock(kWordIdBlock);
+    if (!ReadFirstBlock(message, entry) || entry.GetId() != kEntry)
+        return;
+    entry.Skip(3);
+    std::int32_t count = entry.ReadByte();
+    // One to spare: an entry of kind 3 always gets a kind code.
+    CCalendarFields fields(static_cast<std::size_t>(count) + 1);
+    ForEachBlock(entry, static_cast<std::uint32_t>(count), kWordIdBlock,
+                 [&](CSubBlock& block, std::uint32_t index) { ReadField(block, fields[index]); });
+    const std::span<const CalendarField> read(fields.begin(), fields.end());
+    if (CalendarNumberOf(read, ZEL_CALENDAR_ENTRY_KIND) == ZEL_CALENDAR_ENTRY_KIND_3 &&
+        CalendarNumberOf(read, ZEL_CALENDAR_KIND_CODE) == 0)
+    {
+        CalendarField& code = fields[static_cast<std::size_t>(count++)];
+        code.id = ZEL_CALENDAR_KIND_CODE;
+        code.value.number = 1;
+    }
+    record.count = count;
+    record.fields = fields.Release();
+}
+
+void CheckNewCalendarEntry(std::span<const CalendarField> fields)
+{
+    CMessage message;
+    AppendEntry(message, FieldsToSend(fields));
+}
+
+void WriteNewCalendarEntry(const CConversation& phone, CalendarEntryRecord& record,
+                           std::span<const CalendarField> fields)
+{
+    const auto sent = FieldsToSend(fields);
+    record.count = static_cast<std::int32_t>(sent.size());
+    CMessage message = phone.Request(kWrite);
+    AppendEntry(message, sent);
+
+    phone.Ask(message, kWrite);
+    phone.RequireStatus(message, kCalendarSuccesses);
+    CSubBlock location = NewBlock(kWordIdBlock);
+    if (ReadFirstBlock(message, location) && location.GetId() == ZEL_CALENDAR_LOCATION)
+        record.location = location.ReadDword();
 }

@@ -1,134 +1,151 @@
 #include "handlers/calendar/CalendarOldFormat.h"
 
-#include "handlers/calendar/CalendarCodes.h"
+#include "handlers/base/DateTime.h"
 #include "handlers/calendar/CalendarFields.h"
-
-#include <algorithm>
 
 namespace
 {
 
-constexpr std::uint32_t kAlwaysRead = 9;
-constexpr std::uint32_t kReadUnlessZero = 3;
+/// On the wire in hours, and two codes. A fortnight reads like a week, and is written as one.
+constexpr CalendarCode kIntervals[] = {{4, 24}, {3, 168}, {3, 336}, {2, 0xFFFE}, {1, 0xFFFF}};
+constexpr CalendarCode kAlarms[] = {{5, 0x10}, {3, 0x20}, {1, 0x30}};
+constexpr std::span<const CalendarCode> kAsItIs = {};
 
 constexpr std::size_t kMaxLongText = 0xFFFF;
 constexpr std::size_t kMaxShortText = 0xFF;
 
-void AppendNumberUnlessZero(CCalendarFields& fields, std::uint16_t id, std::uint32_t number)
+void AddNumber(CCalendarFields& fields, std::uint16_t id, std::uint32_t number)
+{
+    CalendarField& field = fields.Append();
+    field.id = id;
+    field.value.number = number;
+}
+
+void AddNumberUnlessZero(CCalendarFields& fields, std::uint16_t id, std::uint32_t number)
 {
     if (number != 0)
-        fields.AppendNumber(id, number);
+        AddNumber(fields, id, number);
 }
 
-std::uint16_t WordOf(std::span<const CalendarField> fields, std::uint16_t id)
+void AddDate(CCalendarFields& fields, std::uint16_t id, const SYSTEMTIME& phoneTime)
 {
-    return static_cast<std::uint16_t>(CalendarNumberOf(fields, id));
+    CalendarField& field = fields.Append();
+    field.id = id;
+    SetCalendarDate(field, phoneTime);
 }
 
-std::uint8_t ByteOf(std::span<const CalendarField> fields, std::uint16_t id)
+std::uint16_t WordOf(std::span<const CalendarField> fields, std::uint16_t id,
+                     std::span<const CalendarCode> codes = kAsItIs)
 {
-    return static_cast<std::uint8_t>(CalendarNumberOf(fields, id));
+    return CalendarToWire(codes, static_cast<std::uint16_t>(CalendarNumberOf(fields, id)));
 }
 
-void AppendDate(CMessage& request, std::span<const CalendarField> fields, std::uint16_t id)
+std::uint8_t ByteOf(std::span<const CalendarField> fields, std::uint16_t id,
+                    std::span<const CalendarCode> codes = kAsItIs)
+{
+    const auto number = static_cast<std::uint8_t>(CalendarNumberOf(fields, id));
+    return static_cast<std::uint8_t>(CalendarToWire(codes, number));
+}
+
+SYSTEMTIME DateOf(std::span<const CalendarField> fields, std::uint16_t id)
 {
     const CalendarField* field = FindCalendarField(fields, id);
-    AppendCalendarTime(request, field == nullptr ? SYSTEMTIME{} : CalendarDateForPhone(*field));
+    return field == nullptr ? SYSTEMTIME{} : CalendarDateForPhone(*field);
 }
 
 /// A text as far as its length can be told.
-std::span<const OLECHAR> TextOf(std::span<const CalendarField> fields, std::uint16_t id, std::size_t limit)
+CTextView TextWithin(std::span<const CalendarField> fields, std::uint16_t id, std::size_t limit)
 {
     const CalendarField* field = FindCalendarField(fields, id);
-    if (field == nullptr)
-        return {};
-    const auto text = CalendarTextOf(*field);
-    return text.first(std::min(text.size(), limit));
+    return field == nullptr ? CTextView() : TextOf(field->value.text).substr(0, limit);
 }
 
-void AppendUnits(CMessage& request, std::span<const OLECHAR> text)
+void AppendTexts(CMessage& message, std::span<const CalendarField> fields)
 {
-    const auto length = static_cast<std::int32_t>(text.size());
-    request.AppendStringN(text.data(), length, length, false);
-}
-
-void AppendTexts(CMessage& request, std::span<const CalendarField> fields)
-{
-    const auto first = TextOf(fields, ZEL_CALENDAR_TEXT_1, kMaxLongText);
-    const auto second = TextOf(fields, ZEL_CALENDAR_TEXT_2, kMaxLongText);
-    auto third = TextOf(fields, ZEL_CALENDAR_TEXT_3, kMaxShortText);
+    const CTextView first = TextWithin(fields, ZEL_CALENDAR_TEXT_1, kMaxLongText);
+    const CTextView second = TextWithin(fields, ZEL_CALENDAR_TEXT_2, kMaxLongText);
+    CTextView third = TextWithin(fields, ZEL_CALENDAR_TEXT_3, kMaxShortText);
     if (third.empty())
-        third = TextOf(fields, ZEL_CALENDAR_TEXT_4, kMaxShortText);
+        third = TextWithin(fields, ZEL_CALENDAR_TEXT_4, kMaxShortText);
 
-    request.AppendWord(static_cast<std::uint16_t>(first.size()));
-    request.AppendWord(static_cast<std::uint16_t>(second.size()));
-    request.AppendByte(static_cast<std::uint8_t>(third.size()));
-    request.AppendByte(0);
-    request.AppendWord(0);
-    AppendUnits(request, first);
-    AppendUnits(request, second);
-    AppendUnits(request, third);
+    message.AppendWord(static_cast<std::uint16_t>(first.size()));
+    message.AppendWord(static_cast<std::uint16_t>(second.size()));
+    message.AppendBytes({static_cast<std::uint8_t>(third.size()), 0, 0, 0});
+    AppendText(message, first);
+    AppendText(message, second);
+    AppendText(message, third);
 }
+
+constexpr Exchange kRead = {.request = 0x7D, .reply = 0x7E};
+constexpr Exchange kWrite = {.request = 0x65, .reply = 0x66};
 
 }  // namespace
 
-void ReadOldCalendarEntry(CMessage& reply, CalendarEntryRecord& record)
+void ReadOldCalendarEntry(const CConversation& phone, CalendarEntryRecord& record)
 {
-    const std::uint16_t kind = CalendarFromWire(kCalendarEntryKinds, reply.ReadByte());
-    reply.Skip(4);
-    const std::uint32_t location = reply.ReadDword();
-    reply.Skip(8);
-    const std::uint32_t number5 = reply.ReadDword();
-    const std::uint16_t kindCode = CalendarFromWire(kCalendarKindCodes, reply.ReadWord());
-    const SYSTEMTIME date1 = ReadCalendarTime(reply);
-    const SYSTEMTIME date2 = ReadCalendarTime(reply);
-    const std::uint16_t interval = CalendarFromWire(kCalendarIntervals, reply.ReadWord());
-    const std::uint16_t number9 = reply.ReadWord();
-    const std::uint16_t alarm = CalendarFromWire(kCalendarAlarms, reply.ReadByte());
-    reply.Skip(3);
-    const std::uint16_t number4 = reply.ReadWord();
-    const std::uint16_t number11 = reply.ReadWord();
-    const std::uint8_t number12 = reply.ReadByte();
+    CMessage message = phone.Request(kRead);
+    message.AppendWord(0);
+    message.AppendDword(record.location);
+    message.AppendBytes({0xFF, 0xFF, 0xFF, 0xFF});
 
-    CCalendarFields fields(0, kAlwaysRead + kReadUnlessZero);
-    fields.AppendNumber(ZEL_CALENDAR_LOCATION, location);
-    fields.AppendNumber(ZEL_CALENDAR_ENTRY_KIND, kind);
+    phone.Ask(message, kRead);
+    phone.RequireStatus(message, kCalendarSuccesses);
+    const std::uint16_t kind = CalendarFromWire(kCalendarEntryKinds, message.ReadByte());
+    message.Skip(4);
+    const std::uint32_t location = message.ReadDword();
+    message.Skip(8);
+    const std::uint32_t number5 = message.ReadDword();
+    const std::uint16_t kindCode = CalendarFromWire(kCalendarKindCodes, message.ReadWord());
+    const SYSTEMTIME date1 = ReadTimeToMinute(message);
+    const SYSTEMTIME date2 = ReadTimeToMinute(message);
+    const std::uint16_t interval = CalendarFromWire(kIntervals, message.ReadWord());
+    const std::uint16_t number9 = message.ReadWord();
+    const std::uint16_t alarm = CalendarFromWire(kAlarms, message.ReadByte());
+    message.Skip(3);
+    const std::uint16_t number4 = message.ReadWord();
+    const std::uint16_t number11 = message.ReadWord();
+    const std::uint8_t number12 = message.ReadByte();
+
+    CCalendarFields fields;
+    AddNumber(fields, ZEL_CALENDAR_LOCATION, location);
+    AddNumber(fields, ZEL_CALENDAR_ENTRY_KIND, kind);
     if (kind != ZEL_CALENDAR_ENTRY_KIND_3)
-        fields.AppendNumber(ZEL_CALENDAR_KIND_CODE, kindCode);
-    fields.AppendNumber(ZEL_CALENDAR_INTERVAL, interval);
-    fields.AppendNumber(ZEL_CALENDAR_ALARM, alarm);
-    fields.AppendNumber(ZEL_CALENDAR_NUMBER_5, number5);
-    fields.AppendNumber(ZEL_CALENDAR_NUMBER_9, number9);
-    SetCalendarDate(fields.Append(ZEL_CALENDAR_DATE_1), date1);
-    SetCalendarDate(fields.Append(ZEL_CALENDAR_DATE_2), date2);
-    AppendNumberUnlessZero(fields, ZEL_CALENDAR_NUMBER_4, number4);
-    AppendNumberUnlessZero(fields, ZEL_CALENDAR_NUMBER_11, number11);
-    AppendNumberUnlessZero(fields, ZEL_CALENDAR_NUMBER_12, number12);
-    fields.ReleaseInto(record);
+        AddNumber(fields, ZEL_CALENDAR_KIND_CODE, kindCode);
+    AddNumber(fields, ZEL_CALENDAR_INTERVAL, interval);
+    AddNumber(fields, ZEL_CALENDAR_ALARM, alarm);
+    AddNumber(fields, ZEL_CALENDAR_NUMBER_5, number5);
+    AddNumber(fields, ZEL_CALENDAR_NUMBER_9, number9);
+    AddDate(fields, ZEL_CALENDAR_DATE_1, date1);
+    AddDate(fields, ZEL_CALENDAR_DATE_2, date2);
+    AddNumberUnlessZero(fields, ZEL_CALENDAR_NUMBER_4, number4);
+    AddNumberUnlessZero(fields, ZEL_CALENDAR_NUMBER_11, number11);
+    AddNumberUnlessZero(fields, ZEL_CALENDAR_NUMBER_12, number12);
+    record.count = static_cast<std::int32_t>(fields.Count());
+    record.fields = fields.Release();
 }
 
-void AppendOldCalendarEntry(CMessage& request, std::uint8_t kind, std::uint32_t location,
-                            std::span<const CalendarField> fields)
+void WriteOldCalendarEntry(const CConversation& phone, std::uint8_t kind, std::uint32_t location,
+                           std::span<const CalendarField> fields)
 {
-    request.AppendByte(kind);
-    request.AppendByte(0);
-    request.AppendDword(location);
-    request.AppendDword(0);
-    request.AppendDword(0xFFFFFFFF);
-    request.AppendDword(0);
-    request.AppendDword(0xFFFFFFFF);
-    request.AppendDword(CalendarNumberOf(fields, ZEL_CALENDAR_NUMBER_5));
-    request.AppendWord(CalendarToWire(kCalendarKindCodes, WordOf(fields, ZEL_CALENDAR_KIND_CODE)));
-    AppendDate(request, fields, ZEL_CALENDAR_DATE_1);
-    AppendDate(request, fields, ZEL_CALENDAR_DATE_2);
-    request.AppendWord(CalendarToWire(kCalendarIntervals, WordOf(fields, ZEL_CALENDAR_INTERVAL)));
-    request.AppendWord(WordOf(fields, ZEL_CALENDAR_NUMBER_9));
-    request.AppendByte(static_cast<std::uint8_t>(CalendarToWire(kCalendarAlarms, ByteOf(fields, ZEL_CALENDAR_ALARM))));
-    request.AppendByte(0);
-    request.AppendWord(0);
-    request.AppendWord(WordOf(fields, ZEL_CALENDAR_NUMBER_4));
-    request.AppendWord(WordOf(fields, ZEL_CALENDAR_NUMBER_11));
-    request.AppendByte(ByteOf(fields, ZEL_CALENDAR_NUMBER_12));
-    request.AppendByte(0);
-    AppendTexts(request, fields);
+    CMessage message = phone.Request(kWrite);
+    message.AppendBytes({kind, 0});
+    message.AppendDword(location);
+    message.AppendDword(0);
+    message.AppendDword(0xFFFFFFFF);
+    message.AppendDword(0);
+    message.AppendDword(0xFFFFFFFF);
+    message.AppendDword(CalendarNumberOf(fields, ZEL_CALENDAR_NUMBER_5));
+    message.AppendWord(WordOf(fields, ZEL_CALENDAR_KIND_CODE, kCalendarKindCodes));
+    AppendTimeToMinute(message, DateOf(fields, ZEL_CALENDAR_DATE_1));
+    AppendTimeToMinute(message, DateOf(fields, ZEL_CALENDAR_DATE_2));
+    message.AppendWord(WordOf(fields, ZEL_CALENDAR_INTERVAL, kIntervals));
+    message.AppendWord(WordOf(fields, ZEL_CALENDAR_NUMBER_9));
+    message.AppendBytes({ByteOf(fields, ZEL_CALENDAR_ALARM, kAlarms), 0, 0, 0});
+    message.AppendWord(WordOf(fields, ZEL_CALENDAR_NUMBER_4));
+    message.AppendWord(WordOf(fields, ZEL_CALENDAR_NUMBER_11));
+    message.AppendBytes({ByteOf(fields, ZEL_CALENDAR_NUMBER_12), 0});
+    AppendTexts(message, fields);
+
+    phone.Ask(message, kWrite);
+    phone.RequireStatus(message, kCalendarSuccesses);
 }

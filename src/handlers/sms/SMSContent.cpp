@@ -1,6 +1,6 @@
 #include "handlers/sms/SMSContent.h"
 
-#include <iterator>
+#include "handlers/base/CallersData.h"
 
 namespace
 {
@@ -44,6 +44,7 @@ void CSMSContent::Write(CMsgBase& message, const SmsContent& content)
     for (std::size_t i = 0; i < layout.blockCount; ++i)
     {
         const std::uint8_t* bytes = content.*kBlocks[i].bytes;
+        ElementsOf(bytes, content.*kBlocks[i].length);
         message.AppendBytes(ZEL_SMS_BLOCK_LENGTH, IsReadable(bytes) ? bytes : kZeros);
     }
     message.AppendBytes(layout.tail, kZeros);
@@ -59,19 +60,17 @@ bool CSMSContent::Read(CSubBlock& block, std::uint8_t kinds)
         m_content.header[layout.header[i]] = block.ReadByte();
     block.Skip(layout.gap);
     for (std::size_t i = 0; i < layout.blockCount; ++i)
-        m_blocks[i].reset(block.ReadBytes(ZEL_SMS_BLOCK_LENGTH));
+        m_blocks[i].Read(block, ZEL_SMS_BLOCK_LENGTH);
     block.Skip(layout.tail);
     return true;
 }
 
 void CSMSContent::MoveTo(SmsContent& content)
 {
-    for (std::size_t i = 0; i < m_blocks.size(); ++i)
+    for (std::size_t i = 0; i < kKinds[m_content.kind].blockCount; ++i)
     {
-        if (!m_blocks[i])
-            continue;
         m_content.*kBlocks[i].length = ZEL_SMS_BLOCK_LENGTH;
-        m_content.*kBlocks[i].bytes = m_blocks[i].release();
+        m_blocks[i].StoreIn(m_content.*kBlocks[i].bytes);
     }
     content = m_content;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers/base/Owners.h"
+#include "handlers/sms/SMSBlock.h"
 #include "message/SubBlock.h"
 #include "zelapi/sms.h"
 
@@ -17,7 +17,7 @@ class CSMSContent
     /// The kinds are the numbers below this one.
     static constexpr std::uint8_t kKindCount = 3;
 
-    /// REQUIRES: a known kind.
+    /// Throws ZEL_E_ARGUMENT for a block that has a length but cannot be read. REQUIRES: a known kind.
     static void Write(CMsgBase& message, const SmsContent& content);
 
     /// `before`: what stands in the record now, kept where the kind has no such field.
@@ -29,9 +29,10 @@ class CSMSContent
 
     std::uint8_t GetKind() const { return m_content.kind; }
 
+    /// REQUIRES: a content has been read.
     void MoveTo(SmsContent& content);
 
   private:
     SmsContent m_content;
-    std::array<CTaskMemOwner<std::uint8_t>, 2> m_blocks;
+    std::array<CSMSBlock, 2> m_blocks;
 };

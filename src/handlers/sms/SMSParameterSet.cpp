@@ -1,7 +1,7 @@
 #include "handlers/sms/SMSParameterSet.h"
 
 #include "handlers/base/Blocks.h"
-#include "handlers/base/TimeConverter.h"
+#include "handlers/base/DateTime.h"
 #include "message/ExceptionFrame.h"
 
 #include <algorithm>
@@ -62,26 +62,12 @@ void WriteItem(CMsgBase& message, const Item& item, const SmsParameterGroup& gro
 /// the message is worth more than its time stamp.
 void WriteTime(CMsgBase& message, const SmsTime& time)
 {
-    SYSTEMTIME utc = {};
-    utc.wYear = time.year;
-    utc.wMonth = time.month;
-    utc.wDay = time.day;
-    utc.wHour = time.hour;
-    utc.wMinute = time.minute;
-    utc.wSecond = time.second;
     SYSTEMTIME local = {};
-    ZoneInformation zone = {};
-    CTimeConverter().UtcToLocal(&utc, &local, &zone);
+    UtcToLocal(TimeIn(time), &local);
 
     CSubBlock block = NewBlock(kShortBlock, kTimeStamp);
-    block.AppendWord(local.wYear);
-    block.AppendByte(static_cast<std::uint8_t>(local.wMonth));
-    block.AppendByte(static_cast<std::uint8_t>(local.wDay));
-    block.AppendByte(static_cast<std::uint8_t>(local.wHour));
-    block.AppendByte(static_cast<std::uint8_t>(local.wMinute));
-    block.AppendByte(static_cast<std::uint8_t>(local.wSecond));
-    block.AppendByte(0);
-    block.AppendWord(0);
+    AppendTimeToSecond(block, local);
+    block.AppendBytes({0, 0, 0});
     block.WriteTo(&message);
 }
 
@@ -118,7 +104,7 @@ void CSMSParameterSet::ReadItem(CSubBlock& block)
     for (std::size_t i = 0; i < kItemCount; ++i)
     {
         const Item& item = kItems[i];
-        if (item.id != block.GetId() || (item.once && m_bytes[i]))
+        if (item.id != block.GetId() || (item.once && m_bytes[i].IsRead()))
             continue;
         if (item.type != nullptr)
             m_group.*item.type = block.ReadByte();
@@ -126,41 +112,27 @@ void CSMSParameterSet::ReadItem(CSubBlock& block)
         m_group.*item.length = length;
         if (item.coding != nullptr)
             m_group.*item.coding = block.ReadByte();
-        m_bytes[i].emplace(block.ReadBytes(length));
+        m_bytes[i].Read(block, length);
         return;
     }
 }
 
 void CSMSParameterSet::ReadTime(CSubBlock& block)
 {
-    SYSTEMTIME local = {};
-    local.wYear = block.ReadWord();
-    local.wMonth = block.ReadByte();
-    local.wDay = block.ReadByte();
-    local.wHour = block.ReadByte();
-    local.wMinute = block.ReadByte();
-    local.wSecond = block.ReadByte();
     SYSTEMTIME utc = {};
     ZoneInformation zone = {};
-    if (const std::uint32_t result = CTimeConverter().LocalToUtc(&local, &utc, &zone); result != ZEL_OK)
+    if (const std::uint32_t result = LocalToUtc(ReadTimeToSecond(block), &utc, &zone); result != ZEL_OK)
         ThrowCode(result);
 
     m_time = AllocateRecords<SmsTime>();
-    m_time->year = utc.wYear;
-    m_time->month = static_cast<std::uint8_t>(utc.wMonth);
-    m_time->day = static_cast<std::uint8_t>(utc.wDay);
-    m_time->hour = static_cast<std::uint8_t>(utc.wHour);
-    m_time->minute = static_cast<std::uint8_t>(utc.wMinute);
-    m_time->second = static_cast<std::uint8_t>(utc.wSecond);
-    m_time->base_offset = zone.base_offset;
-    m_time->extra_offset = zone.extra_offset;
+    StoreTime(utc, *m_time);
+    StoreOffsets(zone, *m_time);
 }
 
 void CSMSParameterSet::MoveTo(SmsParameterGroup& group)
 {
     for (std::size_t i = 0; i < kItemCount; ++i)
-        if (m_bytes[i])
-            m_group.*kItems[i].bytes = m_bytes[i]->release();
+        m_bytes[i].StoreIn(m_group.*kItems[i].bytes);
     group = m_group;
 }
 

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "handlers/base/Owners.h"
+#include "handlers/sms/SMSBlock.h"
 #include "message/SubBlock.h"
 #include "zelapi/sms.h"
 
 #include <array>
 #include <cstdint>
-#include <optional>
 
 /// The parameters of a short message on the wire: the number of items, then one sub-block for each item that is there.
 ///
@@ -39,7 +38,7 @@ class CSMSParameterSet
     void ReadTime(CSubBlock& block);
 
     SmsParameterGroup m_group;
-    /// By item: the bytes that were read; nothing where none were sent.
-    std::array<std::optional<CTaskMemOwner<std::uint8_t>>, kItemCount> m_bytes;
+    /// By item.
+    std::array<CSMSBlock, kItemCount> m_bytes;
     CTaskMemOwner<SmsTime> m_time;
 };

@@ -23,8 +23,9 @@
 
 /**
  * Writes an item. Record: RadioItemRecord.
- * @return as above; ZEL_E_ARGUMENT also for a null or unreadable item, null or unreadable data with a length above 0, or
- * a name and data of more than 65524 bytes together, two less for a name with an odd number of units: nothing is sent.
+ * @return as above; ZEL_E_ARGUMENT also for a null or unreadable item, null or unreadable data with a length above 0,
+ * or a name and data of more than 65524 bytes together, two less for a name with an odd number of units: nothing is
+ * sent.
  */
 #define ZEL_RADIO_WRITE_ITEM 0x3E02u
 

@@ -1,4 +1,4 @@
-#include "Options.h"
+#include "com/Options.h"
 
 #include <gtest/gtest.h>
 

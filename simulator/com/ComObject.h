@@ -11,45 +11,6 @@
 namespace vorlansim
 {
 
-template <typename Interface>
-const IID& IidOf();
-
-template <>
-inline const IID& IidOf<IClassFactory>()
-{
-    return IID_IClassFactory;
-}
-template <>
-inline const IID& IidOf<IVorlanLocator>()
-{
-    return IID_IVorlanLocator;
-}
-template <>
-inline const IID& IidOf<IVorlanDevice>()
-{
-    return IID_IVorlanDevice;
-}
-template <>
-inline const IID& IidOf<IVorlanDeviceBroker>()
-{
-    return IID_IVorlanDeviceBroker;
-}
-template <>
-inline const IID& IidOf<IVorlanService2>()
-{
-    return IID_IVorlanService2;
-}
-template <>
-inline const IID& IidOf<IConnectionPointContainer>()
-{
-    return IID_IConnectionPointContainer;
-}
-template <>
-inline const IID& IidOf<IConnectionPoint>()
-{
-    return IID_IConnectionPoint;
-}
-
 /// The exception frame of every COM method.
 template <typename Body>
 HRESULT Guarded(Body body) noexcept
@@ -116,9 +77,9 @@ class CComObject : public First, public Others...
     void* Find(REFIID iid)
     {
         void* found = nullptr;
-        if (IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IidOf<First>()))
+        if (IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, __uuidof(First)))
             found = static_cast<First*>(this);
-        ((IsEqualIID(iid, IidOf<Others>()) ? void(found = static_cast<Others*>(this)) : void()), ...);
+        ((IsEqualIID(iid, __uuidof(Others)) ? void(found = static_cast<Others*>(this)) : void()), ...);
         return found;
     }
 

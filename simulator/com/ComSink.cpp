@@ -75,10 +75,10 @@ class CComSink : public IEventSink
 };
 
 template <typename Interface>
-std::shared_ptr<IEventSink> MakeSink(REFIID iid, IUnknown& object)
+std::shared_ptr<IEventSink> MakeSink(IUnknown& object)
 {
     void* found = nullptr;
-    if (FAILED(object.QueryInterface(iid, &found)))
+    if (FAILED(object.QueryInterface(__uuidof(Interface), &found)))
         return nullptr;
     return std::make_shared<CComSink<Interface>>(CReference<Interface>(static_cast<Interface*>(found)));
 }
@@ -92,8 +92,7 @@ const IID& EventsIid(Events which)
 
 std::shared_ptr<IEventSink> MakeComSink(Events which, IUnknown& object)
 {
-    return which == Events::First ? MakeSink<IVorlanServiceEvents>(EventsIid(which), object)
-                                  : MakeSink<IVorlanServiceEvents2>(EventsIid(which), object);
+    return which == Events::First ? MakeSink<IVorlanServiceEvents>(object) : MakeSink<IVorlanServiceEvents2>(object);
 }
 
 }  // namespace vorlansim

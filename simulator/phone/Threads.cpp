@@ -15,10 +15,6 @@ CThreads::~CThreads()
 
 void CThreads::Run(std::function<void()> work)
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        ++m_running;
-    }
     // What the work owns is gone before its end is announced.
     auto run = [this, work = std::move(work)]() mutable {
         std::exchange(work, nullptr)();
@@ -26,12 +22,16 @@ void CThreads::Run(std::function<void()> work)
     };
     try
     {
+        // Held until the thread is detached: it cannot end meanwhile, which not every thread library withstands.
+        const std::lock_guard lock(m_mutex);
+        ++m_running;
         std::thread(run).detach();
+        return;
     }
     catch (const std::system_error&)
     {
-        run();
     }
+    run();
 }
 
 bool CThreads::WaitFor(std::chrono::milliseconds patience)

@@ -1,4 +1,4 @@
-#include "Options.h"
+#include "com/Options.h"
 
 #include <gtest/gtest.h>
 
@@ -23,6 +23,7 @@ TEST(OptionsTest, TakesEveryPrefixAndCase)
         EXPECT_EQ(Read({word}).mode, Options::Mode::Register) << word;
     EXPECT_EQ(Read({L"/UnregServer"}).mode, Options::Mode::Unregister);
     EXPECT_EQ(Read({L"/?"}).mode, Options::Mode::Help);
+    EXPECT_EQ(Read({L"--check", L"a"}).mode, Options::Mode::Check);
     EXPECT_TRUE(Read({L"-Embedding"}).startedByCom);
 }
 
@@ -33,10 +34,7 @@ TEST(OptionsTest, KeepsValuesAsTheyAre)
     EXPECT_EQ(options.scenario, std::filesystem::path(L"/tmp/A phone.scenario"));
     EXPECT_EQ(options.trace, std::filesystem::path(L"--quiet"));
     EXPECT_TRUE(options.quiet);
-    EXPECT_EQ(options.readyEvent, L"Up");
-    EXPECT_EQ(options.stopEvent, L"Down");
-    EXPECT_EQ(options.error, L"");
-    EXPECT_EQ(Read({L"--check", L"a"}).mode, Options::Mode::Check);
+    EXPECT_EQ(options.readyEvent + L" " + options.stopEvent + L" " + options.error, L"Up Down ");
 }
 
 TEST(OptionsTest, NamesWhatIsWrong)

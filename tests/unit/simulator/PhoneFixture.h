@@ -1,12 +1,12 @@
 #pragma once
 
-#include "Phone.h"
+#include "phone/Session.h"
+#include "scenario/ScenarioParser.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <condition_variable>
-#include <map>
 #include <mutex>
 
 namespace vorlansim
@@ -85,6 +85,14 @@ class CRecordingSink : public IEventSink
     const bool m_isGone;
 };
 
+/// A request of one client and what the phone says to it: the reply in hex, or the failure's code.
+struct Exchange
+{
+    const char* request;
+    std::string answer;
+    std::uint8_t resource = 0x19;
+};
+
 /// A phone that plays a text, and one client that has opened it and takes all events.
 class CPlay
 {
@@ -98,23 +106,26 @@ class CPlay
 
     std::shared_ptr<CSession> Open(CLines& lines)
     {
-        auto session = phone.NewSession();
+        auto session = std::make_shared<CSession>(phone);
         session->OpenById(1, 0);
         session->Advise(Events::First, std::make_shared<CRecordingSink>(lines));
         session->Advise(Events::Second, std::make_shared<CRecordingSink>(lines));
         return session;
     }
 
-    SendAnswer Send(const std::string& message, std::uint32_t timeoutMs = 20000)
+    std::string Ask(const std::string& message, std::uint32_t timeoutMs = 20000, std::uint8_t resource = 0x19)
     {
-        return client->Send({0x19, FromHex(message), true, {}, timeoutMs});
+        const SendAnswer answer = client->Send({resource, FromHex(message), true, {}, timeoutMs});
+        return answer.reply ? ToHex(*answer.reply) : ToHex(answer.result, 8);
     }
 
-    /// The reply in hex, or the failure's code.
-    std::string Ask(const std::string& message, std::uint32_t timeoutMs = 20000)
+    void Converse(const std::vector<Exchange>& exchanges)
     {
-        const SendAnswer answer = Send(message, timeoutMs);
-        return answer.reply ? ToHex(*answer.reply) : ToHex(answer.result, 8);
+        for (const Exchange& exchange : exchanges)
+        {
+            const std::uint32_t timeoutMs = exchange.answer == ToHex(kTimedOut, 8) ? 20 : 20000;
+            EXPECT_EQ(Ask(exchange.request, timeoutMs, exchange.resource), exchange.answer) << exchange.request;
+        }
     }
 
     CLines events;

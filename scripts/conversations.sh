@@ -48,6 +48,8 @@ zelctl() {
 begin_conversations() {
     mkdir -p "$conversations_work"
     wine_environment "$1"
+    # The calendar shows local times.
+    export TZ=UTC
     wine "$conversations_bin/vorlansim.exe" /regserver </dev/null
 }
 

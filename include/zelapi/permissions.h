@@ -28,8 +28,8 @@
 /**
  * Writes chunks one after the other, as long as they are; the phone takes up to 1024 bytes at once. In: key, count,
  * chunks; of each chunk length and bytes. The first chunk that fails ends the writing; those before it are written.
- * @return as above; ZEL_E_ARGUMENT also for a count of 0, a null or unreadable array, or a chunk whose length is above 0
- * and whose bytes are null or unreadable: nothing is sent.
+ * @return as above; ZEL_E_ARGUMENT also for a count of 0, a null or unreadable array, or a chunk whose length is above
+ * 0 and whose bytes are null or unreadable: nothing is sent.
  */
 #define ZEL_PERMISSIONS_WRITE 0x2303u
 

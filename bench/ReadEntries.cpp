@@ -3,9 +3,9 @@
 //
 //   valgrind --tool=callgrind --toggle-collect=ReadEntries* build/host-bench/bin/read_entries 1000
 
+#include "handlers/base/Blocks.h"
 #include "handlers/base/Owners.h"
 #include "handlers/pnd/PNDHandler.h"
-#include "handlers/base/Blocks.h"
 #include "zelapi/pnd.h"
 
 #include <cstdio>

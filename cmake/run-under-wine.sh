@@ -10,6 +10,8 @@ export WINEPREFIX WINEDEBUG WINEDLLOVERRIDES
 unset DISPLAY
 mkdir -p "$(dirname -- "$WINEPREFIX")"
 if [ -n "${ZELAPI_FRESH_WINE:-}" ]; then
+    # What making a prefix starts must not be there, either.
+    [ -d "$WINEPREFIX" ] || wine cmd /c rem >/dev/null 2>&1
     wineserver -k
     wineserver -w
     wine "$@"

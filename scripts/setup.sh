@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Common set-up of demo.sh and test.sh; source it. Works on Debian 12.
+# Common set-up of demo.sh, test.sh and scripts/lint.sh; source it. Works on Debian 12.
 
 # What it takes to build the library and its programs, and to run them.
 # shellcheck disable=SC2034 # used by the scripts that source this file
@@ -9,9 +9,13 @@ BUILD_PACKAGES=(
     libwine-dev wine wine64
 )
 
-# What the tests need besides: the native build with its sanitizers, and the linters.
+# What the tests need besides: the native build with its sanitizers.
 # shellcheck disable=SC2034
-TEST_PACKAGES=(clang clang-format-14 clang-tidy-14 libclang-rt-14-dev googletest libbenchmark-dev)
+TEST_PACKAGES=(clang libclang-rt-14-dev googletest)
+
+# What the linters need besides.
+# shellcheck disable=SC2034
+LINT_PACKAGES=(clang-format-14 clang-tidy-14 git python3 shellcheck)
 
 # install_packages PACKAGE...: installs those that are missing; needs root only then.
 install_packages() {

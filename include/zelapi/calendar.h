@@ -2,7 +2,6 @@
 #ifndef ZELAPI_CALENDAR_H
 #define ZELAPI_CALENDAR_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /*
@@ -31,7 +30,7 @@
  * Phones before service version 3.1 take the texts 1 and 2 up to 65535 units, and of the texts 3 and 4 the first one
  * that is not empty, up to 255 units; the rest is cut off.
  * @return ZEL_E_ARGUMENT also when there are no fields, or, for phones from version 3.1 on, more than 255 of them or
- * more bytes than one message holds; a new entry's location has been given out by then.
+ * one that is too long: nothing is sent.
  */
 #define ZEL_CALENDAR_WRITE 0x1303u
 
@@ -97,7 +96,7 @@ typedef struct CalendarListRecord
                               What stands in it before is not freed. */
 } CalendarListRecord;
 
-/** A date and time in the PC's local time. */
+/** A date and time in the PC's local time. All zeros stand for no date. */
 typedef struct CalendarDate
 {
     uint16_t year;  /**< Year, in full. */
@@ -167,46 +166,5 @@ typedef struct CalendarSummaryRecord
     uint32_t group_2_counter_111; /**< Group 2, counter 0x0111. */
     uint32_t group_3_counter_111; /**< Group 3, counter 0x0111. */
 } CalendarSummaryRecord;
-
-ZEL_CHECK_SIZE(CalendarListRecord, 24);
-ZEL_CHECK_OFFSET(CalendarListRecord, leading, 0);
-ZEL_CHECK_OFFSET(CalendarListRecord, selector, 4);
-ZEL_CHECK_OFFSET(CalendarListRecord, mode, 6);
-ZEL_CHECK_OFFSET(CalendarListRecord, count, 8);
-ZEL_CHECK_OFFSET(CalendarListRecord, locations, 16);
-ZEL_CHECK_SIZE(CalendarDate, 8);
-ZEL_CHECK_OFFSET(CalendarDate, year, 0);
-ZEL_CHECK_OFFSET(CalendarDate, month, 2);
-ZEL_CHECK_OFFSET(CalendarDate, day, 3);
-ZEL_CHECK_OFFSET(CalendarDate, hour, 4);
-ZEL_CHECK_OFFSET(CalendarDate, minute, 5);
-ZEL_CHECK_OFFSET(CalendarDate, second, 6);
-ZEL_CHECK_SIZE(CalendarValue, 8);
-ZEL_CHECK_SIZE(CalendarField, 24);
-ZEL_CHECK_OFFSET(CalendarField, leading, 0);
-ZEL_CHECK_OFFSET(CalendarField, id, 4);
-ZEL_CHECK_OFFSET(CalendarField, value, 8);
-ZEL_CHECK_OFFSET(CalendarField, base_offset, 16);
-ZEL_CHECK_OFFSET(CalendarField, extra_offset, 20);
-ZEL_CHECK_SIZE(CalendarEntryRecord, 24);
-ZEL_CHECK_OFFSET(CalendarEntryRecord, leading, 0);
-ZEL_CHECK_OFFSET(CalendarEntryRecord, location, 4);
-ZEL_CHECK_OFFSET(CalendarEntryRecord, count, 8);
-ZEL_CHECK_OFFSET(CalendarEntryRecord, fields, 16);
-ZEL_CHECK_SIZE(CalendarLocationRecord, 8);
-ZEL_CHECK_OFFSET(CalendarLocationRecord, leading, 0);
-ZEL_CHECK_OFFSET(CalendarLocationRecord, location, 4);
-ZEL_CHECK_SIZE(CalendarKindRecord, 8);
-ZEL_CHECK_OFFSET(CalendarKindRecord, leading, 0);
-ZEL_CHECK_OFFSET(CalendarKindRecord, kind, 4);
-ZEL_CHECK_OFFSET(CalendarKindRecord, unused, 5);
-ZEL_CHECK_SIZE(CalendarSummaryRecord, 28);
-ZEL_CHECK_OFFSET(CalendarSummaryRecord, leading, 0);
-ZEL_CHECK_OFFSET(CalendarSummaryRecord, group_1_counter_111, 4);
-ZEL_CHECK_OFFSET(CalendarSummaryRecord, group_1_counter_113, 8);
-ZEL_CHECK_OFFSET(CalendarSummaryRecord, group_1_counter_114, 12);
-ZEL_CHECK_OFFSET(CalendarSummaryRecord, group_1_counter_112, 16);
-ZEL_CHECK_OFFSET(CalendarSummaryRecord, group_2_counter_111, 20);
-ZEL_CHECK_OFFSET(CalendarSummaryRecord, group_3_counter_111, 24);
 
 #endif

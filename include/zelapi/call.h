@@ -2,7 +2,6 @@
 #ifndef ZELAPI_CALL_H
 #define ZELAPI_CALL_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /*
@@ -11,6 +10,8 @@
  *   - 0x100 | cause when the phone names a cause other than 0; ZEL_PHONE_STATUS gives the cause.
  *     ZEL_CALL_STATUS_QUERY never does, it delivers causes as elements;
  *   - ZEL_E_ARGUMENT for a null or unreadable record: nothing is sent;
+ *   - 0x8007000E (E_OUTOFMEMORY) when there is no memory for the request, which is not sent then, or for the elements
+ * of the answer, which are not stored then;
  *   - the failure of the send.
  * An answer stores the phone's call id in CallRecord::call_id.
  */
@@ -18,7 +19,7 @@
 /**
  * Creates a call from the elements of the record. In: count_or_mode, elements. A leading "+" of a ZEL_CALL_NUMBER
  * element is sent as bit 0x10 of its p0, and the element's text is replaced by a copy without it; the text that was
- * there is freed with SysFreeString.
+ * there is freed with SysFreeString. That is done when nothing but the sending can fail any more.
  * @return as above; ZEL_E_ARGUMENT also for a null or unreadable array with a count above 0, or an element too long for
  * the phone (a number of more than 123 units, another text of more than 122): nothing is sent.
  */
@@ -105,21 +106,5 @@ typedef struct CallRecord
                                 caller frees with CoTaskMemFree, after the texts in it; null if the phone names no
                                 element. */
 } CallRecord;
-
-ZEL_CHECK_SIZE(CallElement, 24);
-ZEL_CHECK_OFFSET(CallElement, leading, 0);
-ZEL_CHECK_OFFSET(CallElement, id, 4);
-ZEL_CHECK_OFFSET(CallElement, word, 8);
-ZEL_CHECK_OFFSET(CallElement, p0, 12);
-ZEL_CHECK_OFFSET(CallElement, p1, 13);
-ZEL_CHECK_OFFSET(CallElement, p2, 14);
-ZEL_CHECK_OFFSET(CallElement, p3, 15);
-ZEL_CHECK_OFFSET(CallElement, value, 16);
-ZEL_CHECK_SIZE(CallRecord, 16);
-ZEL_CHECK_OFFSET(CallRecord, leading, 0);
-ZEL_CHECK_OFFSET(CallRecord, call_id, 4);
-ZEL_CHECK_OFFSET(CallRecord, count_or_mode, 5);
-ZEL_CHECK_OFFSET(CallRecord, returned, 6);
-ZEL_CHECK_OFFSET(CallRecord, elements, 8);
 
 #endif

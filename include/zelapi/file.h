@@ -2,7 +2,6 @@
 #ifndef ZELAPI_FILE_H
 #define ZELAPI_FILE_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /**
@@ -28,11 +27,5 @@ typedef struct FileLookupRecord
                            ZEL_FILE_ID_OF_NAME: the name to look up, the caller's. */
     uint32_t found_id; /**< ZEL_FILE_ID_OF_NAME: receives the identifier. */
 } FileLookupRecord;
-
-ZEL_CHECK_SIZE(FileLookupRecord, 24);
-ZEL_CHECK_OFFSET(FileLookupRecord, leading, 0);
-ZEL_CHECK_OFFSET(FileLookupRecord, file_id, 4);
-ZEL_CHECK_OFFSET(FileLookupRecord, name, 8);
-ZEL_CHECK_OFFSET(FileLookupRecord, found_id, 16);
 
 #endif

@@ -2,7 +2,6 @@
 #ifndef ZELAPI_FULL_ACCESS_H
 #define ZELAPI_FULL_ACCESS_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /**
@@ -48,15 +47,5 @@ typedef struct RawMessage
     uint32_t count; /**< Number of bytes. */
     uint8_t* bytes; /**< What arrived. */
 } RawMessage;
-
-ZEL_CHECK_SIZE(AccessRecord, 1);
-ZEL_CHECK_OFFSET(AccessRecord, access, 0);
-ZEL_CHECK_SIZE(RawRequest, 16);
-ZEL_CHECK_OFFSET(RawRequest, length, 4);
-ZEL_CHECK_OFFSET(RawRequest, bytes, 8);
-ZEL_CHECK_SIZE(RawMessage, 16);
-ZEL_CHECK_OFFSET(RawMessage, size, 0);
-ZEL_CHECK_OFFSET(RawMessage, count, 4);
-ZEL_CHECK_OFFSET(RawMessage, bytes, 8);
 
 #endif

@@ -2,7 +2,6 @@
 #ifndef ZELAPI_MESSAGING_H
 #define ZELAPI_MESSAGING_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /** Indication: a messaging event. Record: MessagingEventRecord. */
@@ -15,10 +14,5 @@ typedef struct MessagingEventRecord
     uint16_t event;    /**< Number of the event, 0 to 255; its meaning is the phone's. */
     uint16_t reserved; /**< Always 0. */
 } MessagingEventRecord;
-
-ZEL_CHECK_SIZE(MessagingEventRecord, 8);
-ZEL_CHECK_OFFSET(MessagingEventRecord, size, 0);
-ZEL_CHECK_OFFSET(MessagingEventRecord, event, 4);
-ZEL_CHECK_OFFSET(MessagingEventRecord, reserved, 6);
 
 #endif

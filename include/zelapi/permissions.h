@@ -2,7 +2,6 @@
 #ifndef ZELAPI_PERMISSIONS_H
 #define ZELAPI_PERMISSIONS_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /*
@@ -61,17 +60,5 @@ typedef struct PermissionRecord
     PermissionChunk* chunks; /**< Read: the caller frees the array with CoTaskMemFree after the bytes of its chunks; an
                                   earlier array is not freed. Written: stays the caller's. */
 } PermissionRecord;
-
-ZEL_CHECK_SIZE(PermissionChunk, 24);
-ZEL_CHECK_OFFSET(PermissionChunk, reserved, 0);
-ZEL_CHECK_OFFSET(PermissionChunk, offset, 4);
-ZEL_CHECK_OFFSET(PermissionChunk, length, 8);
-ZEL_CHECK_OFFSET(PermissionChunk, bytes, 16);
-ZEL_CHECK_SIZE(PermissionRecord, 24);
-ZEL_CHECK_OFFSET(PermissionRecord, leading, 0);
-ZEL_CHECK_OFFSET(PermissionRecord, key, 4);
-ZEL_CHECK_OFFSET(PermissionRecord, size, 8);
-ZEL_CHECK_OFFSET(PermissionRecord, count, 12);
-ZEL_CHECK_OFFSET(PermissionRecord, chunks, 16);
 
 #endif

@@ -10,7 +10,6 @@
 #ifndef ZELAPI_PND_H
 #define ZELAPI_PND_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /** A command that only a status answers; what it does is not known. Record: PndCommandRecord. */
@@ -21,8 +20,8 @@
 /**
  * Reads an entry. Record: PndReadRecord; its entry is filled. With kind ZEL_PND_BY_TEXT the first field of its entry
  * holds the text to look for.
- * @return ZEL_E_ARGUMENT when that text is missing or empty; ZEL_E_FAIL when the reply has a malformed field, no field
- * is delivered then.
+ * @return ZEL_E_ARGUMENT when that text is missing or empty, or has a multiple of 256 units; ZEL_E_FAIL when the reply
+ * has a malformed field, no field is delivered then.
  */
 #define ZEL_PND_READ_ENTRY 0x303u
 
@@ -106,7 +105,10 @@ typedef struct PndCompound
  */
 typedef union PndValue {
     uint32_t number;
-    BSTR text; /**< In a field that was read its length includes the terminating zero unit of the wire. */
+    BSTR text; /**< In a field that was read its length includes the terminating zero unit of the wire. A text that is
+                    sent may have 126 units, and 32,761 in a field of type 63 to a phone with version 5.54 or later of
+                    the service. Longer ones are not refused: they go out whole behind a length that has wrapped, and
+                    the phone reads something else. */
     PndCompound compound;
 } PndValue;
 
@@ -125,8 +127,9 @@ typedef struct PndField
     uint8_t sub_attribute; /**< Type 11 only; a 0 from the phone is stored as 1. */
     uint8_t type;          /**< 0 in a field that was read: of a type that the library does not know, without value. */
     PndValue value;        /**< By type. */
-    BSTR texts[6];         /**< Type 74, a group, only: its texts, null where there is none. Texts of more than 126
-                                units are not sent. */
+    BSTR texts[6];         /**< Type 74, a group, only: its texts, null where there is none. A text may have 126 units.
+                                A longer one is left out when its length modulo 256 is 0 or above 126; otherwise it goes
+                                out whole behind a wrapped length, and the phone reads something else. */
 } PndField;
 
 /** An entry in a record that reads one. */
@@ -267,96 +270,5 @@ typedef struct PndEventRecord
     uint8_t kind; /**< ZEL_PND_EVENT_1 to ZEL_PND_EVENT_4. */
     uint8_t value_15;
 } PndEventRecord;
-
-ZEL_CHECK_SIZE(PndCompound, 6);
-ZEL_CHECK_OFFSET(PndCompound, word, 0);
-ZEL_CHECK_OFFSET(PndCompound, bytes, 2);
-ZEL_CHECK_SIZE(PndValue, 8);
-ZEL_CHECK_SIZE(PndField, 72);
-ZEL_CHECK_OFFSET(PndField, leading, 0);
-ZEL_CHECK_OFFSET(PndField, attribute, 4);
-ZEL_CHECK_OFFSET(PndField, sub_attribute, 8);
-ZEL_CHECK_OFFSET(PndField, type, 9);
-ZEL_CHECK_OFFSET(PndField, value, 16);
-ZEL_CHECK_OFFSET(PndField, texts, 24);
-ZEL_CHECK_SIZE(PndEntry, 24);
-ZEL_CHECK_OFFSET(PndEntry, location, 0);
-ZEL_CHECK_OFFSET(PndEntry, value, 4);
-ZEL_CHECK_OFFSET(PndEntry, field_count, 8);
-ZEL_CHECK_OFFSET(PndEntry, fields, 16);
-ZEL_CHECK_SIZE(PndReadRecord, 32);
-ZEL_CHECK_OFFSET(PndReadRecord, leading, 0);
-ZEL_CHECK_OFFSET(PndReadRecord, kind, 4);
-ZEL_CHECK_OFFSET(PndReadRecord, mode, 5);
-ZEL_CHECK_OFFSET(PndReadRecord, value_6, 6);
-ZEL_CHECK_OFFSET(PndReadRecord, store, 7);
-ZEL_CHECK_OFFSET(PndReadRecord, entry, 8);
-ZEL_CHECK_SIZE(PndReadStore16Record, 32);
-ZEL_CHECK_OFFSET(PndReadStore16Record, leading, 0);
-ZEL_CHECK_OFFSET(PndReadStore16Record, kind, 4);
-ZEL_CHECK_OFFSET(PndReadStore16Record, location, 6);
-ZEL_CHECK_OFFSET(PndReadStore16Record, entry, 8);
-ZEL_CHECK_SIZE(PndWriteRecord, 24);
-ZEL_CHECK_OFFSET(PndWriteRecord, leading, 0);
-ZEL_CHECK_OFFSET(PndWriteRecord, store, 4);
-ZEL_CHECK_OFFSET(PndWriteRecord, location, 6);
-ZEL_CHECK_OFFSET(PndWriteRecord, field_count, 8);
-ZEL_CHECK_OFFSET(PndWriteRecord, fields, 16);
-ZEL_CHECK_SIZE(PndCommandRecord, 8);
-ZEL_CHECK_OFFSET(PndCommandRecord, leading, 0);
-ZEL_CHECK_OFFSET(PndCommandRecord, value_4, 4);
-ZEL_CHECK_SIZE(PndCommand28Record, 12);
-ZEL_CHECK_OFFSET(PndCommand28Record, leading, 0);
-ZEL_CHECK_OFFSET(PndCommand28Record, location, 4);
-ZEL_CHECK_OFFSET(PndCommand28Record, store, 6);
-ZEL_CHECK_OFFSET(PndCommand28Record, value_7, 7);
-ZEL_CHECK_OFFSET(PndCommand28Record, value_8, 8);
-ZEL_CHECK_SIZE(PndCommand15Record, 8);
-ZEL_CHECK_OFFSET(PndCommand15Record, leading, 0);
-ZEL_CHECK_OFFSET(PndCommand15Record, location, 4);
-ZEL_CHECK_OFFSET(PndCommand15Record, store, 6);
-ZEL_CHECK_SIZE(PndItem, 24);
-ZEL_CHECK_OFFSET(PndItem, leading, 0);
-ZEL_CHECK_OFFSET(PndItem, value_4, 4);
-ZEL_CHECK_OFFSET(PndItem, value_5, 5);
-ZEL_CHECK_OFFSET(PndItem, value_6, 6);
-ZEL_CHECK_OFFSET(PndItem, value_8, 8);
-ZEL_CHECK_OFFSET(PndItem, text_length, 9);
-ZEL_CHECK_OFFSET(PndItem, text, 16);
-ZEL_CHECK_SIZE(PndListRecord, 16);
-ZEL_CHECK_OFFSET(PndListRecord, leading, 0);
-ZEL_CHECK_OFFSET(PndListRecord, value_4, 4);
-ZEL_CHECK_OFFSET(PndListRecord, count, 5);
-ZEL_CHECK_OFFSET(PndListRecord, items, 8);
-ZEL_CHECK_SIZE(PndStore14Item, 16);
-ZEL_CHECK_OFFSET(PndStore14Item, leading, 0);
-ZEL_CHECK_OFFSET(PndStore14Item, value_4, 4);
-ZEL_CHECK_OFFSET(PndStore14Item, value_5, 5);
-ZEL_CHECK_OFFSET(PndStore14Item, value_6, 6);
-ZEL_CHECK_OFFSET(PndStore14Item, value_8, 8);
-ZEL_CHECK_OFFSET(PndStore14Item, value_12, 12);
-ZEL_CHECK_OFFSET(PndStore14Item, value_13, 13);
-ZEL_CHECK_SIZE(PndStore14Record, 24);
-ZEL_CHECK_OFFSET(PndStore14Record, leading, 0);
-ZEL_CHECK_OFFSET(PndStore14Record, kind, 4);
-ZEL_CHECK_OFFSET(PndStore14Record, location, 6);
-ZEL_CHECK_OFFSET(PndStore14Record, value, 8);
-ZEL_CHECK_OFFSET(PndStore14Record, count, 12);
-ZEL_CHECK_OFFSET(PndStore14Record, items, 16);
-ZEL_CHECK_SIZE(PndStoreStateRecord, 20);
-ZEL_CHECK_OFFSET(PndStoreStateRecord, leading, 0);
-ZEL_CHECK_OFFSET(PndStoreStateRecord, store, 4);
-ZEL_CHECK_OFFSET(PndStoreStateRecord, value_8, 8);
-ZEL_CHECK_OFFSET(PndStoreStateRecord, value_12, 12);
-ZEL_CHECK_OFFSET(PndStoreStateRecord, value_14, 14);
-ZEL_CHECK_OFFSET(PndStoreStateRecord, value_16, 16);
-ZEL_CHECK_OFFSET(PndStoreStateRecord, value_17, 17);
-ZEL_CHECK_SIZE(PndEventRecord, 16);
-ZEL_CHECK_OFFSET(PndEventRecord, leading, 0);
-ZEL_CHECK_OFFSET(PndEventRecord, value_4, 4);
-ZEL_CHECK_OFFSET(PndEventRecord, value_8, 8);
-ZEL_CHECK_OFFSET(PndEventRecord, value_12, 12);
-ZEL_CHECK_OFFSET(PndEventRecord, kind, 14);
-ZEL_CHECK_OFFSET(PndEventRecord, value_15, 15);
 
 #endif

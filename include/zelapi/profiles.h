@@ -2,7 +2,6 @@
 #ifndef ZELAPI_PROFILES_H
 #define ZELAPI_PROFILES_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /*
@@ -23,7 +22,9 @@
 
 /**
  * Writes settings. In: p0 (number of settings), in.settings. The phone's answers are stored in the same array, one
- * after the other from its start, whichever setting they are for: setting_id, profile and status.
+ * after the other from its start, whichever setting they are for: setting_id, profile and status. So the phone decides
+ * what stands in setting_id afterwards: keep your own account of which element holds a text, and never take
+ * value.text for one, to read or to free it, because setting_id says so.
  * @return as above; ZEL_PROFILES_TEXT_TOO_LONG for a text of more than 33 bytes: nothing is sent.
  */
 #define ZEL_PROFILES_WRITE_SETTINGS 0x3902u
@@ -95,23 +96,5 @@ typedef struct ProfileRecord
                                          none. An element that the phone did not fill is all zeros. An earlier array is
                                          not freed. */
 } ProfileRecord;
-
-ZEL_CHECK_SIZE(ProfileSetting, 24);
-ZEL_CHECK_OFFSET(ProfileSetting, leading, 0);
-ZEL_CHECK_OFFSET(ProfileSetting, profile, 4);
-ZEL_CHECK_OFFSET(ProfileSetting, second, 5);
-ZEL_CHECK_OFFSET(ProfileSetting, status, 8);
-ZEL_CHECK_OFFSET(ProfileSetting, type, 12);
-ZEL_CHECK_OFFSET(ProfileSetting, setting_id, 13);
-ZEL_CHECK_OFFSET(ProfileSetting, value, 16);
-ZEL_CHECK_SIZE(ProfileRecord, 32);
-ZEL_CHECK_OFFSET(ProfileRecord, leading, 0);
-ZEL_CHECK_OFFSET(ProfileRecord, p0, 4);
-ZEL_CHECK_OFFSET(ProfileRecord, p1, 5);
-ZEL_CHECK_OFFSET(ProfileRecord, p2, 6);
-ZEL_CHECK_OFFSET(ProfileRecord, p3, 7);
-ZEL_CHECK_OFFSET(ProfileRecord, in, 8);
-ZEL_CHECK_OFFSET(ProfileRecord, count, 16);
-ZEL_CHECK_OFFSET(ProfileRecord, settings, 24);
 
 #endif

@@ -7,7 +7,6 @@
 #ifndef ZELAPI_PROVISIONING_H
 #define ZELAPI_PROVISIONING_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /*
@@ -103,38 +102,5 @@ typedef struct ProvisioningNumber
     uint32_t leading; /**< Not touched. */
     uint8_t number;   /**< Number of the set. */
 } ProvisioningNumber;
-
-ZEL_CHECK_SIZE(ProvisioningAccess, 40);
-ZEL_CHECK_OFFSET(ProvisioningAccess, leading, 0);
-ZEL_CHECK_OFFSET(ProvisioningAccess, value_4, 4);
-ZEL_CHECK_OFFSET(ProvisioningAccess, value_6, 6);
-ZEL_CHECK_OFFSET(ProvisioningAccess, length_a, 8);
-ZEL_CHECK_OFFSET(ProvisioningAccess, length_b, 9);
-ZEL_CHECK_OFFSET(ProvisioningAccess, block_a, 16);
-ZEL_CHECK_OFFSET(ProvisioningAccess, length_c, 24);
-ZEL_CHECK_OFFSET(ProvisioningAccess, block_c, 32);
-ZEL_CHECK_SIZE(ProvisioningName, 16);
-ZEL_CHECK_OFFSET(ProvisioningName, leading, 0);
-ZEL_CHECK_OFFSET(ProvisioningName, value_4, 4);
-ZEL_CHECK_OFFSET(ProvisioningName, name_length, 5);
-ZEL_CHECK_OFFSET(ProvisioningName, name, 8);
-ZEL_CHECK_SIZE(ProvisioningSet, 48);
-ZEL_CHECK_OFFSET(ProvisioningSet, unused_0, 0);
-ZEL_CHECK_OFFSET(ProvisioningSet, number, 12);
-ZEL_CHECK_OFFSET(ProvisioningSet, access, 16);
-ZEL_CHECK_OFFSET(ProvisioningSet, name, 24);
-ZEL_CHECK_OFFSET(ProvisioningSet, unused_32, 32);
-ZEL_CHECK_OFFSET(ProvisioningSet, content_size, 36);
-ZEL_CHECK_OFFSET(ProvisioningSet, content, 40);
-ZEL_CHECK_SIZE(ProvisioningList, 24);
-ZEL_CHECK_OFFSET(ProvisioningList, leading, 0);
-ZEL_CHECK_OFFSET(ProvisioningList, count, 4);
-ZEL_CHECK_OFFSET(ProvisioningList, sets, 8);
-ZEL_CHECK_OFFSET(ProvisioningList, value_16, 16);
-ZEL_CHECK_OFFSET(ProvisioningList, value_17, 17);
-ZEL_CHECK_OFFSET(ProvisioningList, value_18, 18);
-ZEL_CHECK_SIZE(ProvisioningNumber, 8);
-ZEL_CHECK_OFFSET(ProvisioningNumber, leading, 0);
-ZEL_CHECK_OFFSET(ProvisioningNumber, number, 4);
 
 #endif

@@ -7,7 +7,6 @@
 #ifndef ZELAPI_RADIO_H
 #define ZELAPI_RADIO_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /*
@@ -86,31 +85,5 @@ typedef struct RadioSetting
     BSTR text; /**< Read: receives a text that the caller frees with SysFreeString; left as it is when the phone's text
                     is empty. An earlier text is not freed. Written: null or unreadable counts as empty. */
 } RadioSetting;
-
-ZEL_CHECK_SIZE(RadioItem, 32);
-ZEL_CHECK_OFFSET(RadioItem, leading, 0);
-ZEL_CHECK_OFFSET(RadioItem, value, 4);
-ZEL_CHECK_OFFSET(RadioItem, name, 8);
-ZEL_CHECK_OFFSET(RadioItem, data_length, 16);
-ZEL_CHECK_OFFSET(RadioItem, data, 24);
-ZEL_CHECK_SIZE(RadioList, 16);
-ZEL_CHECK_OFFSET(RadioList, leading, 0);
-ZEL_CHECK_OFFSET(RadioList, value, 4);
-ZEL_CHECK_OFFSET(RadioList, count, 5);
-ZEL_CHECK_OFFSET(RadioList, items, 8);
-ZEL_CHECK_SIZE(RadioItemRecord, 16);
-ZEL_CHECK_OFFSET(RadioItemRecord, leading, 0);
-ZEL_CHECK_OFFSET(RadioItemRecord, item, 8);
-ZEL_CHECK_SIZE(RadioSetting, 32);
-ZEL_CHECK_OFFSET(RadioSetting, leading, 0);
-ZEL_CHECK_OFFSET(RadioSetting, key, 4);
-ZEL_CHECK_OFFSET(RadioSetting, second_key, 5);
-ZEL_CHECK_OFFSET(RadioSetting, unused_6, 6);
-ZEL_CHECK_OFFSET(RadioSetting, value_12, 12);
-ZEL_CHECK_OFFSET(RadioSetting, value_13, 13);
-ZEL_CHECK_OFFSET(RadioSetting, value_14, 14);
-ZEL_CHECK_OFFSET(RadioSetting, value_15, 15);
-ZEL_CHECK_OFFSET(RadioSetting, value_16, 16);
-ZEL_CHECK_OFFSET(RadioSetting, text, 24);
 
 #endif

@@ -13,14 +13,22 @@
 #ifndef ZELAPI_SMS_H
 #define ZELAPI_SMS_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /* ---------------------------------------------------------------------------------------------------------------------
  * Parts of the records
  * ------------------------------------------------------------------------------------------------------------------ */
 
-/** Longest address, user data or extra parameters that is sent, in bytes. What is longer is cut. */
+/**
+ * Longest address, user data or extra parameters that is sent, in bytes. What is longer is cut.
+ *
+ * It is not what a phone can read. All lengths on the way are bytes, and one that does not fit wraps unseen. Count each
+ * parameter with its bytes and 4 more (3 for the extra parameters), rounded up to a multiple of 4: one parameter may
+ * take 252 bytes, which are 248 of user data. All of one message together may take
+ *   - 244 when it is submitted, or stored with kind 2 and no time stamp;
+ *   - 236 with kind 0, 232 with kind 1; a time stamp takes 12 of them.
+ * So 212 together go into every message.
+ */
 #define ZEL_SMS_PARAMETER_MAX 255u
 
 /**
@@ -268,116 +276,5 @@ typedef struct SmsEvent
     uint16_t first_value; /**< Meaning not known. */
     uint8_t second_value; /**< Meaning not known. */
 } SmsEvent;
-
-ZEL_CHECK_SIZE(SmsParameterGroup, 72);
-ZEL_CHECK_OFFSET(SmsParameterGroup, leading, 0);
-ZEL_CHECK_OFFSET(SmsParameterGroup, first_address_type, 4);
-ZEL_CHECK_OFFSET(SmsParameterGroup, first_address_length, 8);
-ZEL_CHECK_OFFSET(SmsParameterGroup, first_address, 16);
-ZEL_CHECK_OFFSET(SmsParameterGroup, second_address_type, 24);
-ZEL_CHECK_OFFSET(SmsParameterGroup, second_address_length, 28);
-ZEL_CHECK_OFFSET(SmsParameterGroup, second_address, 32);
-ZEL_CHECK_OFFSET(SmsParameterGroup, extra_length, 40);
-ZEL_CHECK_OFFSET(SmsParameterGroup, extra, 48);
-ZEL_CHECK_OFFSET(SmsParameterGroup, user_data_coding, 56);
-ZEL_CHECK_OFFSET(SmsParameterGroup, user_data_length, 60);
-ZEL_CHECK_OFFSET(SmsParameterGroup, user_data, 64);
-ZEL_CHECK_SIZE(SmsTime, 16);
-ZEL_CHECK_OFFSET(SmsTime, year, 0);
-ZEL_CHECK_OFFSET(SmsTime, month, 2);
-ZEL_CHECK_OFFSET(SmsTime, day, 3);
-ZEL_CHECK_OFFSET(SmsTime, hour, 4);
-ZEL_CHECK_OFFSET(SmsTime, minute, 5);
-ZEL_CHECK_OFFSET(SmsTime, second, 6);
-ZEL_CHECK_OFFSET(SmsTime, base_offset, 8);
-ZEL_CHECK_OFFSET(SmsTime, extra_offset, 12);
-ZEL_CHECK_SIZE(SmsContent, 40);
-ZEL_CHECK_OFFSET(SmsContent, unused, 0);
-ZEL_CHECK_OFFSET(SmsContent, kind, 4);
-ZEL_CHECK_OFFSET(SmsContent, value, 5);
-ZEL_CHECK_OFFSET(SmsContent, header, 6);
-ZEL_CHECK_OFFSET(SmsContent, first_block_length, 10);
-ZEL_CHECK_OFFSET(SmsContent, first_block, 16);
-ZEL_CHECK_OFFSET(SmsContent, second_block_length, 24);
-ZEL_CHECK_OFFSET(SmsContent, second_block, 32);
-ZEL_CHECK_SIZE(SmsList, 24);
-ZEL_CHECK_OFFSET(SmsList, leading, 0);
-ZEL_CHECK_OFFSET(SmsList, selector, 4);
-ZEL_CHECK_OFFSET(SmsList, count, 8);
-ZEL_CHECK_OFFSET(SmsList, values, 16);
-ZEL_CHECK_SIZE(SmsSubmit, 88);
-ZEL_CHECK_OFFSET(SmsSubmit, leading, 0);
-ZEL_CHECK_OFFSET(SmsSubmit, request, 4);
-ZEL_CHECK_OFFSET(SmsSubmit, kind, 8);
-ZEL_CHECK_OFFSET(SmsSubmit, header, 9);
-ZEL_CHECK_OFFSET(SmsSubmit, parameters, 16);
-ZEL_CHECK_SIZE(SmsStoredMessage, 136);
-ZEL_CHECK_OFFSET(SmsStoredMessage, leading, 0);
-ZEL_CHECK_OFFSET(SmsStoredMessage, location, 4);
-ZEL_CHECK_OFFSET(SmsStoredMessage, first_selector, 6);
-ZEL_CHECK_OFFSET(SmsStoredMessage, second_selector, 7);
-ZEL_CHECK_OFFSET(SmsStoredMessage, third_selector, 8);
-ZEL_CHECK_OFFSET(SmsStoredMessage, content, 16);
-ZEL_CHECK_OFFSET(SmsStoredMessage, time, 56);
-ZEL_CHECK_OFFSET(SmsStoredMessage, parameters, 64);
-ZEL_CHECK_SIZE(SmsLocationCommand, 8);
-ZEL_CHECK_OFFSET(SmsLocationCommand, leading, 0);
-ZEL_CHECK_OFFSET(SmsLocationCommand, selector, 4);
-ZEL_CHECK_OFFSET(SmsLocationCommand, location, 6);
-ZEL_CHECK_SIZE(SmsDetails, 56);
-ZEL_CHECK_OFFSET(SmsDetails, leading, 0);
-ZEL_CHECK_OFFSET(SmsDetails, selector, 4);
-ZEL_CHECK_OFFSET(SmsDetails, location, 6);
-ZEL_CHECK_OFFSET(SmsDetails, lead, 8);
-ZEL_CHECK_OFFSET(SmsDetails, values, 10);
-ZEL_CHECK_OFFSET(SmsDetails, text_length, 13);
-ZEL_CHECK_OFFSET(SmsDetails, first_block, 16);
-ZEL_CHECK_OFFSET(SmsDetails, second_block, 24);
-ZEL_CHECK_OFFSET(SmsDetails, third_block, 32);
-ZEL_CHECK_OFFSET(SmsDetails, text, 40);
-ZEL_CHECK_OFFSET(SmsDetails, trail, 48);
-ZEL_CHECK_OFFSET(SmsDetails, last_value, 50);
-ZEL_CHECK_SIZE(SmsAddresses, 64);
-ZEL_CHECK_OFFSET(SmsAddresses, leading, 0);
-ZEL_CHECK_OFFSET(SmsAddresses, request, 4);
-ZEL_CHECK_OFFSET(SmsAddresses, unused, 8);
-ZEL_CHECK_OFFSET(SmsAddresses, inverted, 12);
-ZEL_CHECK_OFFSET(SmsAddresses, values, 13);
-ZEL_CHECK_OFFSET(SmsAddresses, first_address_type, 16);
-ZEL_CHECK_OFFSET(SmsAddresses, first_address_length, 20);
-ZEL_CHECK_OFFSET(SmsAddresses, first_address, 24);
-ZEL_CHECK_OFFSET(SmsAddresses, second_address_type, 32);
-ZEL_CHECK_OFFSET(SmsAddresses, second_address_length, 36);
-ZEL_CHECK_OFFSET(SmsAddresses, second_address, 40);
-ZEL_CHECK_OFFSET(SmsAddresses, block_value, 48);
-ZEL_CHECK_OFFSET(SmsAddresses, block_length, 49);
-ZEL_CHECK_OFFSET(SmsAddresses, block, 56);
-ZEL_CHECK_SIZE(SmsText, 16);
-ZEL_CHECK_OFFSET(SmsText, leading, 0);
-ZEL_CHECK_OFFSET(SmsText, value, 4);
-ZEL_CHECK_OFFSET(SmsText, text_length, 5);
-ZEL_CHECK_OFFSET(SmsText, text, 8);
-ZEL_CHECK_SIZE(SmsTextList, 16);
-ZEL_CHECK_OFFSET(SmsTextList, leading, 0);
-ZEL_CHECK_OFFSET(SmsTextList, count, 4);
-ZEL_CHECK_OFFSET(SmsTextList, entries, 8);
-ZEL_CHECK_SIZE(SmsTextToWrite, 16);
-ZEL_CHECK_OFFSET(SmsTextToWrite, leading, 0);
-ZEL_CHECK_OFFSET(SmsTextToWrite, value, 4);
-ZEL_CHECK_OFFSET(SmsTextToWrite, text, 8);
-ZEL_CHECK_SIZE(SmsCommand, 8);
-ZEL_CHECK_OFFSET(SmsCommand, leading, 0);
-ZEL_CHECK_OFFSET(SmsCommand, value, 4);
-ZEL_CHECK_SIZE(SmsReceivedMessage, 128);
-ZEL_CHECK_OFFSET(SmsReceivedMessage, leading, 0);
-ZEL_CHECK_OFFSET(SmsReceivedMessage, value, 4);
-ZEL_CHECK_OFFSET(SmsReceivedMessage, location, 6);
-ZEL_CHECK_OFFSET(SmsReceivedMessage, parameters, 8);
-ZEL_CHECK_OFFSET(SmsReceivedMessage, content, 80);
-ZEL_CHECK_OFFSET(SmsReceivedMessage, further, 120);
-ZEL_CHECK_SIZE(SmsEvent, 8);
-ZEL_CHECK_OFFSET(SmsEvent, leading, 0);
-ZEL_CHECK_OFFSET(SmsEvent, first_value, 4);
-ZEL_CHECK_OFFSET(SmsEvent, second_value, 6);
 
 #endif

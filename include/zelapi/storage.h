@@ -2,7 +2,6 @@
 #ifndef ZELAPI_STORAGE_H
 #define ZELAPI_STORAGE_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /*
@@ -54,13 +53,13 @@ typedef struct StorageArea
     BSTR name;           /**< The caller's to free with SysFreeString; null when the length is 0. */
 } StorageArea;
 
-/** The record of ZEL_STORAGE_LIST_AREAS. */
+/** The record of ZEL_STORAGE_LIST_AREAS. Count and array are left as they are when the phone names no area. */
 typedef struct StorageAreaList
 {
     uint32_t leading;   /**< Not touched. */
     uint8_t count;      /**< Receives the number of areas. */
     StorageArea* areas; /**< Receives the areas in the phone's order, which the caller frees with CoTaskMemFree after
-                             their names; null if there are none. An earlier array is not freed. */
+                             their names. An earlier array is not freed. */
 } StorageAreaList;
 
 /** The record of ZEL_STORAGE_LIST_IDENTIFIERS. Count and array are left as they are when the answer holds no list. */
@@ -103,41 +102,5 @@ typedef struct StorageEventRecord
     uint16_t second;   /**< Likewise. */
     uint16_t third;    /**< Likewise. */
 } StorageEventRecord;
-
-ZEL_CHECK_SIZE(StorageAreaCommand, 1);
-ZEL_CHECK_OFFSET(StorageAreaCommand, value, 0);
-ZEL_CHECK_SIZE(StorageArea, 16);
-ZEL_CHECK_OFFSET(StorageArea, size, 0);
-ZEL_CHECK_OFFSET(StorageArea, number, 4);
-ZEL_CHECK_OFFSET(StorageArea, name_length, 5);
-ZEL_CHECK_OFFSET(StorageArea, name, 8);
-ZEL_CHECK_SIZE(StorageAreaList, 16);
-ZEL_CHECK_OFFSET(StorageAreaList, leading, 0);
-ZEL_CHECK_OFFSET(StorageAreaList, count, 4);
-ZEL_CHECK_OFFSET(StorageAreaList, areas, 8);
-ZEL_CHECK_SIZE(StorageIdentifierList, 24);
-ZEL_CHECK_OFFSET(StorageIdentifierList, leading, 0);
-ZEL_CHECK_OFFSET(StorageIdentifierList, unused_4, 4);
-ZEL_CHECK_OFFSET(StorageIdentifierList, area, 5);
-ZEL_CHECK_OFFSET(StorageIdentifierList, unused_6, 6);
-ZEL_CHECK_OFFSET(StorageIdentifierList, unused_8, 8);
-ZEL_CHECK_OFFSET(StorageIdentifierList, count, 12);
-ZEL_CHECK_OFFSET(StorageIdentifierList, identifiers, 16);
-ZEL_CHECK_SIZE(StorageIdentifierCommand, 8);
-ZEL_CHECK_OFFSET(StorageIdentifierCommand, leading, 0);
-ZEL_CHECK_OFFSET(StorageIdentifierCommand, identifier, 4);
-ZEL_CHECK_SIZE(StorageThreeByteCommand, 16);
-ZEL_CHECK_OFFSET(StorageThreeByteCommand, leading, 0);
-ZEL_CHECK_OFFSET(StorageThreeByteCommand, identifier, 4);
-ZEL_CHECK_OFFSET(StorageThreeByteCommand, first, 8);
-ZEL_CHECK_OFFSET(StorageThreeByteCommand, second, 10);
-ZEL_CHECK_OFFSET(StorageThreeByteCommand, third, 12);
-ZEL_CHECK_SIZE(StorageEventRecord, 12);
-ZEL_CHECK_OFFSET(StorageEventRecord, size, 0);
-ZEL_CHECK_OFFSET(StorageEventRecord, reserved, 2);
-ZEL_CHECK_OFFSET(StorageEventRecord, event, 4);
-ZEL_CHECK_OFFSET(StorageEventRecord, first, 6);
-ZEL_CHECK_OFFSET(StorageEventRecord, second, 8);
-ZEL_CHECK_OFFSET(StorageEventRecord, third, 10);
 
 #endif

@@ -2,7 +2,6 @@
 #ifndef ZELAPI_SUPPLEMENTARY_H
 #define ZELAPI_SUPPLEMENTARY_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /*
@@ -125,43 +124,5 @@ typedef struct SupplementaryIndication
     uint8_t block_id;            /**< Id of the phone's first sub-block; 0 if there is none. */
     SupplementaryDetail* detail; /**< Always null: an indication that would have a detail is not delivered. */
 } SupplementaryIndication;
-
-ZEL_CHECK_SIZE(SupplementaryDetail, 24);
-ZEL_CHECK_OFFSET(SupplementaryDetail, value_1, 0);
-ZEL_CHECK_OFFSET(SupplementaryDetail, value_2, 1);
-ZEL_CHECK_OFFSET(SupplementaryDetail, value_3, 2);
-ZEL_CHECK_OFFSET(SupplementaryDetail, value_4, 3);
-ZEL_CHECK_OFFSET(SupplementaryDetail, text, 8);
-ZEL_CHECK_OFFSET(SupplementaryDetail, data, 16);
-ZEL_CHECK_SIZE(SupplementaryEntry, 24);
-ZEL_CHECK_OFFSET(SupplementaryEntry, type, 0);
-ZEL_CHECK_OFFSET(SupplementaryEntry, detail, 8);
-ZEL_CHECK_OFFSET(SupplementaryEntry, unused, 16);
-ZEL_CHECK_SIZE(SupplementaryRequest, 6128);
-ZEL_CHECK_OFFSET(SupplementaryRequest, leading, 0);
-ZEL_CHECK_OFFSET(SupplementaryRequest, operation, 4);
-ZEL_CHECK_OFFSET(SupplementaryRequest, service_code, 5);
-ZEL_CHECK_OFFSET(SupplementaryRequest, value, 6);
-ZEL_CHECK_OFFSET(SupplementaryRequest, entries, 8);
-ZEL_CHECK_SIZE(SupplementaryText, 16);
-ZEL_CHECK_OFFSET(SupplementaryText, leading, 0);
-ZEL_CHECK_OFFSET(SupplementaryText, length, 4);
-ZEL_CHECK_OFFSET(SupplementaryText, text, 8);
-ZEL_CHECK_SIZE(SupplementaryListEntry, 32);
-ZEL_CHECK_OFFSET(SupplementaryListEntry, type, 0);
-ZEL_CHECK_OFFSET(SupplementaryListEntry, detail, 8);
-ZEL_CHECK_SIZE(SupplementaryListRequest, 24);
-ZEL_CHECK_OFFSET(SupplementaryListRequest, leading, 0);
-ZEL_CHECK_OFFSET(SupplementaryListRequest, operation, 4);
-ZEL_CHECK_OFFSET(SupplementaryListRequest, service_code, 5);
-ZEL_CHECK_OFFSET(SupplementaryListRequest, value, 6);
-ZEL_CHECK_OFFSET(SupplementaryListRequest, count, 8);
-ZEL_CHECK_OFFSET(SupplementaryListRequest, list, 16);
-ZEL_CHECK_SIZE(SupplementaryIndication, 24);
-ZEL_CHECK_OFFSET(SupplementaryIndication, leading, 0);
-ZEL_CHECK_OFFSET(SupplementaryIndication, first, 4);
-ZEL_CHECK_OFFSET(SupplementaryIndication, second, 6);
-ZEL_CHECK_OFFSET(SupplementaryIndication, block_id, 8);
-ZEL_CHECK_OFFSET(SupplementaryIndication, detail, 16);
 
 #endif

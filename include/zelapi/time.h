@@ -2,7 +2,6 @@
 #ifndef ZELAPI_TIME_H
 #define ZELAPI_TIME_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /**
@@ -80,29 +79,5 @@ typedef union TimeRecord {
     TimeSettings settings; /**< ZEL_TIME_READ_SETTINGS. */
     uint8_t bytes[24];     /**< The record as it lies in memory. */
 } TimeRecord;
-
-ZEL_CHECK_SIZE(TimeRecord, 24);
-ZEL_CHECK_OFFSET(TimeToSet, lead_0, 8);
-ZEL_CHECK_OFFSET(TimeToSet, lead_1, 9);
-ZEL_CHECK_OFFSET(TimeToSet, year, 10);
-ZEL_CHECK_OFFSET(TimeToSet, month, 12);
-ZEL_CHECK_OFFSET(TimeToSet, day, 13);
-ZEL_CHECK_OFFSET(TimeToSet, hour, 14);
-ZEL_CHECK_OFFSET(TimeToSet, minute, 15);
-ZEL_CHECK_OFFSET(TimeToSet, second, 16);
-ZEL_CHECK_OFFSET(TimeNow, value_4, 4);
-ZEL_CHECK_OFFSET(TimeNow, lead_0, 12);
-ZEL_CHECK_OFFSET(TimeNow, lead_1, 13);
-ZEL_CHECK_OFFSET(TimeNow, year, 14);
-ZEL_CHECK_OFFSET(TimeNow, month, 16);
-ZEL_CHECK_OFFSET(TimeNow, day, 17);
-ZEL_CHECK_OFFSET(TimeNow, hour, 18);
-ZEL_CHECK_OFFSET(TimeNow, minute, 19);
-ZEL_CHECK_OFFSET(TimeNow, second, 20);
-ZEL_CHECK_SIZE(TimeSettings, 12);
-ZEL_CHECK_OFFSET(TimeSettings, setting_10_first, 4);
-ZEL_CHECK_OFFSET(TimeSettings, setting_10_second, 6);
-ZEL_CHECK_OFFSET(TimeSettings, setting_11_first, 8);
-ZEL_CHECK_OFFSET(TimeSettings, setting_11_second, 10);
 
 #endif

@@ -2,7 +2,6 @@
 #ifndef ZELAPI_WAP_H
 #define ZELAPI_WAP_H
 
-#include "layout.h"
 #include "zelapi.h"
 
 /*
@@ -64,17 +63,5 @@ typedef struct WapRequest
     WapConnection*
         connection; /**< ZEL_WAP_READ_CONNECTION fills it, ZEL_WAP_WRITE_CONNECTION sends it. The caller's. */
 } WapRequest;
-
-ZEL_CHECK_SIZE(WapConnection, 24);
-ZEL_CHECK_OFFSET(WapConnection, identifier, 0);
-ZEL_CHECK_OFFSET(WapConnection, value, 2);
-ZEL_CHECK_OFFSET(WapConnection, flag, 3);
-ZEL_CHECK_OFFSET(WapConnection, first_text, 8);
-ZEL_CHECK_OFFSET(WapConnection, second_text, 16);
-ZEL_CHECK_SIZE(WapRequest, 16);
-ZEL_CHECK_OFFSET(WapRequest, leading, 0);
-ZEL_CHECK_OFFSET(WapRequest, key, 4);
-ZEL_CHECK_OFFSET(WapRequest, result, 6);
-ZEL_CHECK_OFFSET(WapRequest, connection, 8);
 
 #endif

@@ -1,3 +1,4 @@
+#include "api/RecordLayouts.h"
 #include "connection/HandleRegistry.h"
 #include "connection/VorlanControl.h"
 #include "message/ExceptionFrame.h"

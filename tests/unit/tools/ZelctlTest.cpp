@@ -8,7 +8,6 @@
 #include "ResultText.h"
 #include "ServiceNames.h"
 #include "Text.h"
-#include "support/MessageTable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -199,33 +198,6 @@ TEST(Program, EveryIndicationBelongsToANamedService)
         EXPECT_FALSE(ServiceNameOf(module->resource).starts_with("0x"));
         for (const Indication& indication : module->indications)
             EXPECT_EQ(ZEL_RESOURCE_OF(indication.id), module->resource) << indication.name;
-    }
-}
-
-bool IsShownByWatch(std::uint32_t id)
-{
-    return std::any_of(Modules().begin(), Modules().end(), [id](const Module* module) {
-        return std::any_of(module->indications.begin(), module->indications.end(),
-                           [id](const Indication& indication) { return indication.id == id; });
-    });
-}
-
-bool IsCommand(const std::string& line)
-{
-    bool is = false;
-    ForEachCommand([&](const Command& command) {
-        is = is || (line + " ").starts_with(std::string("zelctl ") + command.name + " ");
-    });
-    return is;
-}
-
-TEST(Program, EveryMessageOfTheLibraryCanBeTried)
-{
-    for (const MessageRow& row : ReadMessageTable())
-    {
-        for (const std::string& line : row.commands)
-            EXPECT_TRUE(IsCommand(line)) << row.name << ": " << line;
-        EXPECT_TRUE(!row.IsIndication() || IsShownByWatch(row.id)) << row.name;
     }
 }
 

@@ -163,33 +163,23 @@ constexpr Option kListOptions[] = {
 constexpr Command kCommands[] = {
     {"calendar list", "", "lists the entries", "Reads every one of them.", kListOptions, List},
     {"calendar locations", "", "lists where entries are", "", kListOptions, ShowLocations},
-    {"calendar show", "LOCATION", "shows an entry", "", {}, Show},
-    {"calendar add",
-     "FIELD...",
-     "writes a new entry, and shows the location that the phone chose",
-     kCalendarFieldHelp,
-     {},
-     Add},
-    {"calendar write", "LOCATION FIELD...", "writes an entry that exists", kCalendarFieldHelp, {}, Write},
-    {"calendar query", "LOCATION", "asks the phone about a location", "The phone answers with a location.", {}, Query},
-    {"calendar operate",
-     "KIND",
-     "runs the phone's operation on one kind of entries",
+    {"calendar show", "LOCATION", "shows an entry", "", kNoOptions, Show},
+    {"calendar add", "FIELD...", "writes a new entry, and shows the location that the phone chose", kCalendarFieldHelp,
+     kNoOptions, Add},
+    {"calendar write", "LOCATION FIELD...", "writes an entry that exists", kCalendarFieldHelp, kNoOptions, Write},
+    {"calendar query", "LOCATION", "asks the phone about a location", "The phone answers with a location.", kNoOptions,
+     Query},
+    {"calendar operate", "KIND", "runs the phone's operation on one kind of entries",
      "KIND is an entry kind, 1 to 3, or another number that goes to the phone as it is. The meaning of the operation "
      "is\n"
      "the phone's.",
-     {},
-     OperateOnKind},
-    {"calendar summary",
-     "",
-     "shows how full the calendar is",
-     "Since version 3.7 of the service. The meaning of the counters is the phone's.",
-     {},
-     ShowSummary},
+     kNoOptions, OperateOnKind},
+    {"calendar summary", "", "shows how full the calendar is",
+     "Since version 3.7 of the service. The meaning of the counters is the phone's.", kNoOptions, ShowSummary},
 };
 
 }  // namespace
 
-const Module kCalendarModule = {0x13, kCommands, {}, nullptr};
+const Module kCalendarModule = {0x13, kCommands, kNoOptions, nullptr};
 
 }  // namespace zelctl

@@ -28,12 +28,12 @@ void ShowId(CContext& context)
 }
 
 constexpr Command kCommands[] = {
-    {"file name", "ID", "looks up the name of a file", "", {}, ShowName},
-    {"file id", "NAME", "looks up the identifier of a file", "", {}, ShowId},
+    {"file name", "ID", "looks up the name of a file", "", kNoOptions, ShowName},
+    {"file id", "NAME", "looks up the identifier of a file", "", kNoOptions, ShowId},
 };
 
 }  // namespace
 
-const Module kFileModule = {0x6D, kCommands, {}, nullptr};
+const Module kFileModule = {0x6D, kCommands, kNoOptions, nullptr};
 
 }  // namespace zelctl

@@ -163,20 +163,17 @@ void WriteFromFile(CContext& context)
 constexpr Option kReadOptions[] = {{"--size", "N", "how many bytes to read, instead of asking the phone"}};
 
 constexpr Command kCommands[] = {
-    {"permissions size", "KEY", "asks for the size of a block", "", {}, ShowSize},
-    {"permissions second-size", "KEY", "asks for the second size of a block", "", {}, ShowSecondSize},
+    {"permissions size", "KEY", "asks for the size of a block", "", kNoOptions, ShowSize},
+    {"permissions second-size", "KEY", "asks for the second size of a block", "", kNoOptions, ShowSecondSize},
     {"permissions read", "KEY FILE", "reads a block into a file", "The file is written when the whole block is there.",
      kReadOptions, ReadToFile},
-    {"permissions write",
-     "KEY FILE",
-     "writes a file as a block",
+    {"permissions write", "KEY FILE", "writes a file as a block",
      "It goes to the phone in chunks of 1024 bytes. Ctrl-C stops it; what is written by then stays written.",
-     {},
-     WriteFromFile},
+     kNoOptions, WriteFromFile},
 };
 
 }  // namespace
 
-const Module kPermissionsModule = {0x23, kCommands, {}, nullptr};
+const Module kPermissionsModule = {0x23, kCommands, kNoOptions, nullptr};
 
 }  // namespace zelctl

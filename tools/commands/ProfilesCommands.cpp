@@ -208,18 +208,14 @@ constexpr Command kCommands[] = {
     {"profiles set", "PROFILE SETTING TYPE VALUE", "writes a setting of a profile",
      "TYPE is u8, u16, u32 or text. Setting 12 is a text of at most 16 characters; the others are numbers.",
      kSetOptions, SetSetting},
-    {"profiles bytes", "", "shows the four profile bytes", "Their meaning is the phone's.", {}, ShowBytes},
-    {"profiles set-bytes",
-     "HEX...",
-     "writes the four profile bytes and reads them back",
-     "Two hex digits make a byte: \"01 00 00 00\" or 01000000.",
-     {},
-     SetBytes},
-    {"profiles operation", "", "runs the phone's profile operation without data", "", {}, Operate},
+    {"profiles bytes", "", "shows the four profile bytes", "Their meaning is the phone's.", kNoOptions, ShowBytes},
+    {"profiles set-bytes", "HEX...", "writes the four profile bytes and reads them back",
+     "Two hex digits make a byte: \"01 00 00 00\" or 01000000.", kNoOptions, SetBytes},
+    {"profiles operation", "", "runs the phone's profile operation without data", "", kNoOptions, Operate},
 };
 
 }  // namespace
 
-const Module kProfilesModule = {0x39, kCommands, {}, nullptr};
+const Module kProfilesModule = {0x39, kCommands, kNoOptions, nullptr};
 
 }  // namespace zelctl

@@ -66,34 +66,18 @@ void Select(CContext& context)
 }
 
 constexpr Command kCommands[] = {
-    {"provisioning list",
-     "",
-     "lists the setting sets",
-     "Values 16 to 18 are the phone's summary. \"zelctl provisioning save\" saves the contents.",
-     {},
-     ListSets},
-    {"provisioning save",
-     "FOLDER",
-     "saves the setting sets and their contents in a folder",
-     "The folder gets sets.json, which describes the sets, and a file for each content.",
-     {},
-     Save},
-    {"provisioning write",
-     "FOLDER",
-     "sends saved setting sets to the phone",
-     "Reads sets.json, as \"zelctl provisioning save\" has written it. Contents cannot be sent.",
-     {},
-     Write},
-    {"provisioning select",
-     "NUMBER",
-     "sends the number of a set to the phone",
-     "What it means is the phone's.",
-     {},
-     Select},
+    {"provisioning list", "", "lists the setting sets",
+     "Values 16 to 18 are the phone's summary. \"zelctl provisioning save\" saves the contents.", kNoOptions, ListSets},
+    {"provisioning save", "FOLDER", "saves the setting sets and their contents in a folder",
+     "The folder gets sets.json, which describes the sets, and a file for each content.", kNoOptions, Save},
+    {"provisioning write", "FOLDER", "sends saved setting sets to the phone",
+     "Reads sets.json, as \"zelctl provisioning save\" has written it. Contents cannot be sent.", kNoOptions, Write},
+    {"provisioning select", "NUMBER", "sends the number of a set to the phone", "What it means is the phone's.",
+     kNoOptions, Select},
 };
 
 }  // namespace
 
-const Module kProvisioningModule = {0x22, kCommands, {}, nullptr};
+const Module kProvisioningModule = {0x22, kCommands, kNoOptions, nullptr};
 
 }  // namespace zelctl

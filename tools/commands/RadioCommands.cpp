@@ -88,30 +88,19 @@ void SendRequest3(CContext& context)
 }
 
 constexpr Command kCommands[] = {
-    {"radio list", "", "lists the radio's items with their data", "", {}, List},
-    {"radio write",
-     "VALUE NAME [HEX...]",
-     "writes an item of the radio",
-     "HEX is the item's data. Two hex digits make a byte: \"01 0A FF\" or 010AFF.",
-     {},
-     WriteItem},
-    {"radio setting", "KEY", "shows a setting of the radio", "", {}, ShowSetting},
-    {"radio set",
-     "KEY VALUE12 VALUE13 VALUE14 VALUE15 VALUE16 [TEXT]",
-     "writes a setting of the radio",
-     "The values are those that \"zelctl radio setting\" shows; all but the last are one byte.",
-     {},
+    {"radio list", "", "lists the radio's items with their data", "", kNoOptions, List},
+    {"radio write", "VALUE NAME [HEX...]", "writes an item of the radio",
+     "HEX is the item's data. Two hex digits make a byte: \"01 0A FF\" or 010AFF.", kNoOptions, WriteItem},
+    {"radio setting", "KEY", "shows a setting of the radio", "", kNoOptions, ShowSetting},
+    {"radio set", "KEY VALUE12 VALUE13 VALUE14 VALUE15 VALUE16 [TEXT]", "writes a setting of the radio",
+     "The values are those that \"zelctl radio setting\" shows; all but the last are one byte.", kNoOptions,
      WriteSetting},
-    {"radio request",
-     "KEY SECOND-KEY",
-     "sends the radio's request 3 with two keys",
-     "What it does is the phone's.",
-     {},
-     SendRequest3},
+    {"radio request", "KEY SECOND-KEY", "sends the radio's request 3 with two keys", "What it does is the phone's.",
+     kNoOptions, SendRequest3},
 };
 
 }  // namespace
 
-const Module kRadioModule = {0x3E, kCommands, {}, nullptr};
+const Module kRadioModule = {0x3E, kCommands, kNoOptions, nullptr};
 
 }  // namespace zelctl

@@ -46,12 +46,9 @@ void Listen(CConnection& phone)
 }
 
 constexpr Command kCommands[] = {
-    {"raw access", "", "shows the access that the link service grants", "", {}, ShowAccess},
-    {"raw send",
-     "HEX...",
-     "sends bytes over the link as they are",
-     "Two hex digits make a byte: \"01 0A FF\" or 010AFF. \"zelctl watch raw\" shows what comes back.",
-     {},
+    {"raw access", "", "shows the access that the link service grants", "", kNoOptions, ShowAccess},
+    {"raw send", "HEX...", "sends bytes over the link as they are",
+     "Two hex digits make a byte: \"01 0A FF\" or 010AFF. \"zelctl watch raw\" shows what comes back.", kNoOptions,
      SendRaw},
 };
 

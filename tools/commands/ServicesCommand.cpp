@@ -39,7 +39,7 @@ const Command kServicesCommand = {"services",
                                   "",
                                   "what the phone supports",
                                   "The version is the phone's own. \"-\" stands where the phone is not asked.",
-                                  {},
+                                  kNoOptions,
                                   ShowServices};
 
 }  // namespace zelctl

@@ -77,17 +77,13 @@ Value DescribeEvent(const void* record)
 }
 
 constexpr Command kCommands[] = {
-    {"storage areas", "", "lists the storage areas", "", {}, ShowAreas},
-    {"storage list", "AREA", "lists the identifiers that an area holds", "", {}, ShowIdentifiers},
-    {"storage command", "", "sends the command without data", "", {}, SendCommand},
-    {"storage area-command", "VALUE", "sends the command on an area", "", {}, SendAreaCommand},
-    {"storage id-command", "ID", "sends the command on an identifier", "", {}, SendIdentifierCommand},
-    {"storage three-byte-command",
-     "ID FIRST SECOND THIRD",
-     "sends the command on an identifier that has three bytes",
-     "",
-     {},
-     SendThreeByteCommand},
+    {"storage areas", "", "lists the storage areas", "", kNoOptions, ShowAreas},
+    {"storage list", "AREA", "lists the identifiers that an area holds", "", kNoOptions, ShowIdentifiers},
+    {"storage command", "", "sends the command without data", "", kNoOptions, SendCommand},
+    {"storage area-command", "VALUE", "sends the command on an area", "", kNoOptions, SendAreaCommand},
+    {"storage id-command", "ID", "sends the command on an identifier", "", kNoOptions, SendIdentifierCommand},
+    {"storage three-byte-command", "ID FIRST SECOND THIRD", "sends the command on an identifier that has three bytes",
+     "", kNoOptions, SendThreeByteCommand},
 };
 
 constexpr Indication kIndications[] = {{ZEL_STORAGE_EVENT, "storage event", DescribeEvent, FreeStorageEvent}};

@@ -123,25 +123,15 @@ Value DescribeIndication(const void* record)
 constexpr char kNumbers[] = "What the numbers stand for is the phone's.";
 
 constexpr Command kCommands[] = {
-    {"supplementary query", "CODE VALUE", "asks for a supplementary service (operation 5)", kNumbers, {}, Query},
-    {"supplementary query-43",
-     "CODE",
-     "sends operation 5 with the fixed value 43",
-     "Says whether the phone answers with an error; it tells nothing else.",
-     {},
-     QueryFixed},
-    {"supplementary request",
-     "OPERATION CODE VALUE [TEXT]",
-     "sends any operation on a supplementary service",
-     "Operation 3 takes a text of up to 123 characters. What the numbers stand for is the phone's.",
-     {},
+    {"supplementary query", "CODE VALUE", "asks for a supplementary service (operation 5)", kNumbers, kNoOptions,
+     Query},
+    {"supplementary query-43", "CODE", "sends operation 5 with the fixed value 43",
+     "Says whether the phone answers with an error; it tells nothing else.", kNoOptions, QueryFixed},
+    {"supplementary request", "OPERATION CODE VALUE [TEXT]", "sends any operation on a supplementary service",
+     "Operation 3 takes a text of up to 123 characters. What the numbers stand for is the phone's.", kNoOptions,
      Request},
-    {"supplementary request-43",
-     "OPERATION CODE",
-     "sends any operation with the fixed value 43",
-     "Says whether the phone answers with an error; it tells nothing else.",
-     {},
-     RequestFixed},
+    {"supplementary request-43", "OPERATION CODE", "sends any operation with the fixed value 43",
+     "Says whether the phone answers with an error; it tells nothing else.", kNoOptions, RequestFixed},
 };
 
 constexpr Indication kIndications[] = {

@@ -99,18 +99,15 @@ void ShowSettings(CContext& context)
 }
 
 constexpr Command kCommands[] = {
-    {"time", "", "shows the phone's clock", "", {}, ShowTime},
-    {"time set",
-     "TIME",
-     "sets the clock and reads it back",
-     "TIME is \"YYYY-MM-DD HH:MM:SS\", or \"now\" for the local time of this computer.",
-     {},
-     SetTime},
-    {"time settings", "", "shows the clock settings 10 and 11", "Since version 16 of the service.", {}, ShowSettings},
+    {"time", "", "shows the phone's clock", "", kNoOptions, ShowTime},
+    {"time set", "TIME", "sets the clock and reads it back",
+     "TIME is \"YYYY-MM-DD HH:MM:SS\", or \"now\" for the local time of this computer.", kNoOptions, SetTime},
+    {"time settings", "", "shows the clock settings 10 and 11", "Since version 16 of the service.", kNoOptions,
+     ShowSettings},
 };
 
 }  // namespace
 
-const Module kTimeModule = {0x19, kCommands, {}, nullptr};
+const Module kTimeModule = {0x19, kCommands, kNoOptions, nullptr};
 
 }  // namespace zelctl

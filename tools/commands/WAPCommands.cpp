@@ -88,17 +88,17 @@ constexpr Option kWriteOptions[] = {
 };
 
 constexpr Command kCommands[] = {
-    {"wap byte", "KEY", "reads the byte of a key from 0 to 255", "", {}, ShowByte},
-    {"wap show", "KEY", "shows a connection", "", {}, ShowConnection},
+    {"wap byte", "KEY", "reads the byte of a key from 0 to 255", "", kNoOptions, ShowByte},
+    {"wap show", "KEY", "shows a connection", "", kNoOptions, ShowConnection},
     {"wap write", "FIRST SECOND", "writes a connection with two texts",
      "The first text has up to 50 characters, the second up to 255. The phone answers with key and identifier.",
      kWriteOptions, WriteConnection},
-    {"wap command", "", "sends the command without data", "", {}, SendCommand},
-    {"wap connection-command", "KEY", "sends the command on a connection", "", {}, SendConnectionCommand},
+    {"wap command", "", "sends the command without data", "", kNoOptions, SendCommand},
+    {"wap connection-command", "KEY", "sends the command on a connection", "", kNoOptions, SendConnectionCommand},
 };
 
 }  // namespace
 
-const Module kWAPModule = {0x3F, kCommands, {}, nullptr};
+const Module kWAPModule = {0x3F, kCommands, kNoOptions, nullptr};
 
 }  // namespace zelctl

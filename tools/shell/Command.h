@@ -23,6 +23,8 @@ struct Option
     const char* help;
 };
 
+inline constexpr std::span<const Option> kNoOptions;
+
 struct Command
 {
     const char* name;  ///< One or two words: "time set".

@@ -38,7 +38,8 @@ std::uint32_t Open(ZelConnection* connection)
 std::uint32_t __stdcall ZelAPI_Initialize() { return 1; }
 std::uint32_t __stdcall ZelAPI_Terminate() { return 0; }
 std::uint32_t __stdcall ZelOpenConnection(std::uint32_t, ZelConnection* phone) { return Open(phone); }
-std::uint32_t __stdcall ZelOpenConnectionUsingSN(const OLECHAR*, const std::uint32_t*, ZelConnection* phone) { return Open(phone); }
+std::uint32_t __stdcall ZelOpenConnectionUsingSN(const OLECHAR*, const uint32_t*, ZelConnection* phone)
+{ return Open(phone); }
 std::uint32_t __stdcall ZelCloseConnection(ZelConnection) { return ZEL_OK; }
 std::uint32_t __stdcall ZelSendMessage(ZelConnection, std::uint32_t id, void* record) { return g_answer(id, record); }
 std::uint32_t __stdcall ZelMsgSupportQuery(ZelConnection, std::uint32_t, std::uint32_t*) { return ZEL_NOT_SUPPORTED; }
@@ -157,7 +158,7 @@ TEST(Program, WrongUsageIsExplained)
         {{"-f", "time"}, "unknown option -f"},
         {{"time", "--device"}, "--device"},
         {{"watch", "--for", "1", "--for", "1"}, "--for"},
-        {{"wap", "write", "a", "b", "--flag=1"}, "--flag"},
+        {{"wap", "write", "a", "b", "--flag=1"}, "flag override"},
         {{"time", "set"}, "an argument is missing"},
         {{"time", "set", "today"}, "Usage: zelctl time set"},
         {{"file", "name", "x"}, "ID: \"x\" is not a number"},
@@ -251,7 +252,7 @@ TEST(Program, WrongUsageIsExplained)
         EXPECT_THAT(text.error, HasSubstr("--help"));
         EXPECT_EQ(text.out, "");
 
-        words.emplace_back("--json");
+        words.insert(words.begin(), "--json");
         const Outcome json = RunWords(words);
         EXPECT_EQ(json.code, kWrongUsage) << message;
         EXPECT_THAT(Value::parse(json.out)["error"]["usage"].get<std::string>(), HasSubstr(message));

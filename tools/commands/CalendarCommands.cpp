@@ -180,6 +180,6 @@ constexpr Command kCommands[] = {
 
 }  // namespace
 
-const Module kCalendarModule = {0x13, kCommands, kNoOptions, nullptr};
+const Module kCalendarModule = {0x13, kCommands, {}, nullptr};
 
 }  // namespace zelctl

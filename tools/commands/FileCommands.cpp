@@ -34,6 +34,6 @@ constexpr Command kCommands[] = {
 
 }  // namespace
 
-const Module kFileModule = {0x6D, kCommands, kNoOptions, nullptr};
+const Module kFileModule = {0x6D, kCommands, {}, nullptr};
 
 }  // namespace zelctl

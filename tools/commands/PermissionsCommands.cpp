@@ -174,6 +174,6 @@ constexpr Command kCommands[] = {
 
 }  // namespace
 
-const Module kPermissionsModule = {0x23, kCommands, kNoOptions, nullptr};
+const Module kPermissionsModule = {0x23, kCommands, {}, nullptr};
 
 }  // namespace zelctl

@@ -216,6 +216,6 @@ constexpr Command kCommands[] = {
 
 }  // namespace
 
-const Module kProfilesModule = {0x39, kCommands, kNoOptions, nullptr};
+const Module kProfilesModule = {0x39, kCommands, {}, nullptr};
 
 }  // namespace zelctl

@@ -78,6 +78,6 @@ constexpr Command kCommands[] = {
 
 }  // namespace
 
-const Module kProvisioningModule = {0x22, kCommands, kNoOptions, nullptr};
+const Module kProvisioningModule = {0x22, kCommands, {}, nullptr};
 
 }  // namespace zelctl

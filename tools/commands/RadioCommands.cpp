@@ -101,6 +101,6 @@ constexpr Command kCommands[] = {
 
 }  // namespace
 
-const Module kRadioModule = {0x3E, kCommands, kNoOptions, nullptr};
+const Module kRadioModule = {0x3E, kCommands, {}, nullptr};
 
 }  // namespace zelctl

@@ -108,6 +108,6 @@ constexpr Command kCommands[] = {
 
 }  // namespace
 
-const Module kTimeModule = {0x19, kCommands, kNoOptions, nullptr};
+const Module kTimeModule = {0x19, kCommands, {}, nullptr};
 
 }  // namespace zelctl

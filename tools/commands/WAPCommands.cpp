@@ -99,6 +99,6 @@ constexpr Command kCommands[] = {
 
 }  // namespace
 
-const Module kWAPModule = {0x3F, kCommands, kNoOptions, nullptr};
+const Module kWAPModule = {0x3F, kCommands, {}, nullptr};
 
 }  // namespace zelctl

@@ -4,7 +4,7 @@
 # What it takes to build the library and its programs, and to run them.
 # shellcheck disable=SC2034 # used by the scripts that source this file
 BUILD_PACKAGES=(
-    cmake ninja-build nlohmann-json3-dev
+    cmake ninja-build libcli11-dev nlohmann-json3-dev
     gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix mingw-w64-tools
     libwine-dev wine wine64
 )

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "StopSignal.h"
+#include "shell/StopSignal.h"
 
 #include <string>
 #include <vector>

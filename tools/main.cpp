@@ -1,5 +1,5 @@
 #include "Program.h"
-#include "Text.h"
+#include "shell/Text.h"
 
 #include <windows.h>
 

@@ -1,8 +1,5 @@
-#include "CalendarEntry.h"
+#include "commands/CalendarEntry.h"
 
-#include "Failure.h"
-
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace zelctl;
@@ -29,32 +26,6 @@ TEST(CalendarEntry, FieldsAreReadAndDescribed)
         {"id": "0x0106", "name": null, "value": null}])"));
     EXPECT_EQ(CalendarValueOf(fields, 0x0102), 1);
     EXPECT_EQ(CalendarValueOf(fields, 0x0103), nullptr);
-}
-
-TEST(CalendarEntry, WrongFieldsAreExplained)
-{
-    const std::pair<Words, const char*> wrong[] = {
-        {{"alarm"}, "not a field of the form NAME=VALUE"},
-        {{"colour=1"}, "no field called \"colour\""},
-        {{"location=1"}, "zelctl calendar write"},
-        {{"alarm=x"}, "alarm: \"x\" is not a number"},
-        {{"date-1=2023-02-29 00:00:00"}, "no such date"},
-        {{"text-1=" + std::string(32756, 'x')}, "text-1: the text is too long"},
-        {Words(255, "alarm=1"), "at most 254 fields"},
-    };
-    for (const auto& [words, message] : wrong)
-    {
-        std::string said;
-        try
-        {
-            const CCalendarFieldsToSend sent(0, words);
-        }
-        catch (const CUsageError& error)
-        {
-            said = error.what();
-        }
-        EXPECT_THAT(said, testing::HasSubstr(message));
-    }
 }
 
 }  // namespace

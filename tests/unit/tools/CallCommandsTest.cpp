@@ -1,5 +1,6 @@
-#include "Modules.h"
-#include "Text.h"
+#include "commands/CallCommands.h"
+
+#include "shell/Text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,5 @@
-#include "PNDEntry.h"
+#include "commands/PNDEntry.h"
 
-#include "Failure.h"
-
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace zelctl;
@@ -32,42 +29,6 @@ TEST(PNDEntry, FieldsAreReadFromTheCommandLine)
     EXPECT_EQ(fields[5].type, 58);
 }
 
-TEST(PNDEntry, WrongFieldsAreExplained)
-{
-    const std::string tooLong(127, 'x');
-    const std::pair<Words, const char*> wrong[] = {
-        {{"7"}, "not a field of the form TYPE=VALUE"},
-        {{"=x"}, "TYPE: \"\" is not a number"},
-        {{"0=x"}, "TYPE: 0 is not between 1 and 255"},
-        {{"7@256=x"}, "ATTRIBUTE: 256 is not between"},
-        {{"7/1=x"}, "only type 11 has a sub-attribute"},
-        {{"7=" + tooLong}, "type 7: the text is too long"},
-        {{"25=256"}, "VALUE: 256 is not between 0 and 255"},
-        {{"12=65536"}, "is not between 0 and 65535"},
-        {{"87=1,2,3,4"}, "five numbers"},
-        {{"87=1,256,3,4,5"}, "256 is not between"},
-        {{"74=x"}, "75=TEXT"},
-        {{"75="}, "1 to 126 characters"},
-        {{"80=" + tooLong}, "1 to 126 characters"},
-        {{"75=a", "75=b"}, "type 75: it is given twice"},
-        {{"58=x"}, "type 58: it takes no value"},
-        {Words(256, "7=x"), "at most 255 fields"},
-    };
-    for (const auto& [words, message] : wrong)
-    {
-        std::string said;
-        try
-        {
-            const CPndFieldsToSend sent(words);
-        }
-        catch (const CUsageError& error)
-        {
-            said = error.what();
-        }
-        EXPECT_THAT(said, testing::HasSubstr(message));
-    }
-}
-
 TEST(PNDEntry, ReceivedFieldsLoseTheirTerminators)
 {
     PndField fields[3] = {};
@@ -80,9 +41,10 @@ TEST(PNDEntry, ReceivedFieldsLoseTheirTerminators)
     fields[2].value.number = 7;
     auto* array = static_cast<PndField*>(CoTaskMemAlloc(sizeof fields));
     std::copy(std::begin(fields), std::end(fields), array);
-    const CPndReceivedFields received({1, 2, 3, array});
-    EXPECT_EQ(received.FirstText(), "A");
-    EXPECT_EQ(received.Describe(), Value::parse(R"([{"type": 11, "attribute": "0x00", "sub_attribute": 3, "value": "A"},
+    const CReceived<PndEntry> received(PndEntry{1, 2, 3, array});
+    EXPECT_EQ(FirstPndText(FieldsOf(received.record)), "A");
+    EXPECT_EQ(DescribePndFields(FieldsOf(received.record)),
+              Value::parse(R"([{"type": 11, "attribute": "0x00", "sub_attribute": 3, "value": "A"},
                   {"type": 74, "attribute": "0x80", "value": [null, null, "Lyon", null, null, null]},
                   {"type": 0, "attribute": "0x00", "value": null}])"));
 }

@@ -1,6 +1,6 @@
-#include "ProvisioningSets.h"
+#include "commands/ProvisioningSets.h"
 
-#include "Failure.h"
+#include "shell/Failure.h"
 
 #include <gmock/gmock.h>
 

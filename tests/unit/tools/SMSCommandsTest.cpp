@@ -1,5 +1,6 @@
-#include "Modules.h"
-#include "SMSMessage.h"
+#include "commands/SMSCommands.h"
+
+#include "commands/SMSMessage.h"
 
 #include <gtest/gtest.h>
 

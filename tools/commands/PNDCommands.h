@@ -1,0 +1,10 @@
+#pragma once
+
+#include "shell/Command.h"
+
+namespace zelctl
+{
+
+extern const Module kPNDModule;
+
+}  // namespace zelctl

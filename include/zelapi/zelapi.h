@@ -122,8 +122,9 @@ typedef void* ZelConnection;
  * by then is ended in the middle of the callback, with whatever it holds. Then it waits, up to 30 seconds again, for a
  * connection event that is inside a target. The thread of that one belongs to the link service and goes on: once the
  * connection is closed its handle is invalid there, too, and what the event stands on is freed when it returns. What
- * was queued and not yet delivered is lost. So a callback that never returns costs 30 seconds at the end of its
- * connection, and the memory that it uses.
+ * was queued and not yet delivered is lost. So a callback that never returns costs 30
+ * seconds at the end of its connection and the memory that it uses. One that was ended inside a call into the library
+ * still counts as a running call, for which ZelAPI_Terminate waits.
  *
  * A C++ exception that leaves a target ends that delivery, for the targets that follow, too; the next ones arrive. Do
  * not rely on it: an application of another compiler or language must let none out.
@@ -132,7 +133,8 @@ typedef void(__stdcall* ZelCallback)(uint32_t kind, uint32_t message_id, void* r
 
 /**
  * An object that receives what the phone says on its own; the rules of ZelCallback hold. Not a COM interface: there is
- * no reference counting, and it must live until it is unregistered or the connection is closed.
+ * no reference counting, and it must live until it is unregistered or the connection is closed, and its last call has
+ * returned.
  */
 #ifdef __cplusplus
 struct IZelNotification

@@ -560,6 +560,7 @@ TEST_F(Indications, FreeTheirRecordAfterTheDelivery)
 
 TEST_F(Indications, LeaveNothingWhenThereIsNoMemoryForThem)
 {
+    m_control.RegisterCallback(ZEL_UNREGISTER, &Recorder::Callback<1>);
     VARIANT message;
     VariantInit(&message);
     StoreBytes(message, Indication(4, ShortMessage()));
@@ -659,7 +660,7 @@ TEST_F(VorlanControl, AnswersQuestionsWhileItEnds)
             ResultOf([&] { return m_control.Send(message, 0); });
         }
     });
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 10; ++i)
     {
         EXPECT_EQ(ZEL_OK, m_control.OpenById(1));
         m_control.Close();

@@ -26,4 +26,16 @@ TEST_F(LifetimeTest, ThousandConnectionsLeaveNothing)
     EXPECT_LE(ThreadCount(), threads + 4);
 }
 
+TEST(UnregisteredServiceTest, CannotBeOpened)
+{
+    {
+        const Registration registered;
+    }
+    const std::uint32_t medium = ZEL_MEDIUM_1;
+    ZelConnection connection = nullptr;
+    EXPECT_EQ(ZelOpenConnectionUsingSN(L"1", &medium, &connection), static_cast<std::uint32_t>(REGDB_E_CLASSNOTREG));
+    EXPECT_EQ(Connection().Result(), ZEL_E_FAIL);
+    ZelAPI_Terminate();
+}
+
 }  // namespace

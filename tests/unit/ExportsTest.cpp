@@ -143,11 +143,10 @@ TEST_F(Exports, RegisterTargetsAndSubscriptions)
     EXPECT_EQ(ZEL_OK, ZelRegisterNotificationIF(handle, ZEL_REGISTER, &target));
     m_service.RaiseConnectionEvent();
     EXPECT_THAT(m_recorder.TakeEntries(), ElementsAre("target 1 0 null", "callback1 1 0 null"));
-
-    EXPECT_EQ(ZEL_E_ARGUMENT, ZelRegisterNotificationIF(handle, 7, &target));
     EXPECT_EQ(ZEL_OK, ZelRegisterNotificationIF(handle, ZEL_UNREGISTER, &target));
     EXPECT_EQ(ZEL_OK, ZelRegisterCallback(handle, 7, &Recorder::Callback<1>));
     EXPECT_EQ(ZEL_E_ARGUMENT, ZelRegisterCallback(handle, ZEL_REGISTER, nullptr));
+    EXPECT_EQ(ZEL_E_ARGUMENT, ZelRegisterNotificationIF(handle, 7, &target));
     m_service.RaiseConnectionEvent();
     EXPECT_THAT(m_recorder.TakeEntries(), testing::IsEmpty());
 

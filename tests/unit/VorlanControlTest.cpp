@@ -6,6 +6,7 @@
 #include "zelapi/time.h"
 
 #include <atomic>
+#include <functional>
 #include <set>
 
 using testing::ElementsAre;
@@ -65,21 +66,35 @@ TEST_F(VorlanControl, OpensAndClosesStepByStep)
     EXPECT_EQ(0, m_service.LiveObjects());
 }
 
-TEST_F(VorlanControl, MapsDeviceIds)
+TEST_F(VorlanControl, OpensTheDeviceByIdOrBySerialNumberAndMedium)
 {
+    const auto id = [](std::uint32_t number) {
+        return [=](CVorlanControl& control) { return control.OpenById(number); };
+    };
+    const auto serial = [](const OLECHAR* text, std::uint32_t medium) {
+        return [=](CVorlanControl& control) { return control.OpenBySerialNumber(text, medium); };
+    };
     const struct
     {
-        std::uint32_t id;
-        bool selectsRange;
-        const char* direct;
-        const char* brokered;
+        std::function<std::uint32_t(CVorlanControl&)> open;
+        std::string direct;
+        std::string brokered;
+        bool selectsRange = false;
     } cases[] = {
-        {0, false, "OpenById 0 0", "Brokered.OpenById 0 0"},
-        {0x0FFFFFFF, false, "OpenById 268435455 0", "Brokered.OpenById 65535 0"},
-        {0x10000000, true, "OpenById 0 0", "Brokered.OpenById 0 0"},
-        {0x10000001, true, "OpenById 1 0", "Brokered.OpenById 1 0"},
-        {0x80012345, true, "OpenById 74565 0", "Brokered.OpenById 9029 0"},
-        {0xFFFFFFFF, true, "OpenById 268435455 0", "Brokered.OpenById 65535 0"},
+        {id(0), "OpenById 0 0", "OpenById 0 0"},
+        {id(0x0FFFFFFF), "OpenById 268435455 0", "OpenById 65535 0"},
+        {id(0x10000000), "OpenById 0 0", "OpenById 0 0", true},
+        {id(0x10000001), "OpenById 1 0", "OpenById 1 0", true},
+        {id(0x80012345), "OpenById 74565 0", "OpenById 9029 0", true},
+        {id(0xFFFFFFFF), "OpenById 268435455 0", "OpenById 65535 0", true},
+        {serial(L"350", ZEL_MEDIUM_1), "OpenBySerialNumber \"350\" 0 257 0 0", {}},
+        {serial(L"350", ZEL_MEDIUM_2), "OpenBySerialNumber \"350\" 0 1 0 0", {}},
+        {serial(L"350", ZEL_MEDIUM_4), "OpenBySerialNumber \"350\" 1 1 0 0", {}},
+        {serial(L"350", ZEL_MEDIUM_8), "OpenBySerialNumber \"350\" 2 1 0 0", {}},
+        {serial(L"350", ZEL_MEDIUM_16), "OpenBySerialNumber \"350\" 3 1 0 0", {}},
+        {serial(L"350", 0), "OpenBySerialNumber \"350\" 0 1 0 0", {}},
+        {serial(L"", 0xFFFFFFFF), "OpenBySerialNumber \"\" 0 1 0 0", {}},
+        {serial(nullptr, 3), "OpenBySerialNumber null 0 1 0 0", {}},
     };
     m_service.Returns("SelectRange", kFailure);  // Its result does not count.
     for (const bool broker : {false, true})
@@ -93,47 +108,17 @@ TEST_F(VorlanControl, MapsDeviceIds)
                 calls.push_back("SelectRange 268435456");
             if (broker)
                 calls.push_back("GetDevice 3 device");
-            calls.push_back(broker ? one.brokered : one.direct);
+            calls.push_back(broker ? "Brokered." + (one.brokered.empty() ? one.direct : one.brokered) : one.direct);
             CVorlanControl control;
-            EXPECT_EQ(ZEL_OK, control.OpenById(one.id));
+            EXPECT_EQ(ZEL_OK, one.open(control));
             auto made = m_service.TakeCalls();
             made.resize(calls.size());
-            EXPECT_EQ(calls, made) << one.id;
+            EXPECT_EQ(calls, made);
             control.Close();
             m_service.TakeCalls();
         }
     }
     EXPECT_EQ(0, m_service.LiveObjects());
-}
-
-TEST_F(VorlanControl, OpensBySerialNumberAndMedium)
-{
-    const struct
-    {
-        const OLECHAR* serial;
-        std::uint32_t medium;
-        const char* call;
-    } cases[] = {
-        {L"350", 1, "OpenBySerialNumber \"350\" 0 257 0 0"},  {L"350", 2, "OpenBySerialNumber \"350\" 0 1 0 0"},
-        {L"350", 4, "OpenBySerialNumber \"350\" 1 1 0 0"},    {L"350", 8, "OpenBySerialNumber \"350\" 2 1 0 0"},
-        {L"350", 16, "OpenBySerialNumber \"350\" 3 1 0 0"},   {L"350", 0, "OpenBySerialNumber \"350\" 0 1 0 0"},
-        {L"", 0xFFFFFFFF, "OpenBySerialNumber \"\" 0 1 0 0"}, {nullptr, 3, "OpenBySerialNumber null 0 1 0 0"},
-    };
-    for (const bool broker : {false, true})
-    {
-        if (broker)
-            m_service.OffersBroker();
-        for (const auto& one : cases)
-        {
-            m_service.TakeCalls();
-            CVorlanControl control;
-            EXPECT_EQ(ZEL_OK, control.OpenBySerialNumber(one.serial, one.medium));
-            const auto calls = m_service.TakeCalls();
-            ASSERT_LT(3u, calls.size());
-            EXPECT_EQ((broker ? "Brokered." : "") + std::string(one.call), calls[broker ? 3 : 2]);
-            control.Close();
-        }
-    }
 }
 
 TEST_F(VorlanControl, ReportsAFailedOpenAndLeavesNothingBehind)

@@ -19,6 +19,10 @@
  * Threads. Every function may be called from any thread, whatever its COM apartment, also from one that never called
  * CoInitializeEx. Do not close a connection, or call ZelAPI_Terminate, while another thread is inside a call with its
  * handle.
+ *
+ * Unloading. Close every connection, or call ZelAPI_Terminate, before FreeLibrary: an open connection has threads that
+ * run the library's code. A connection that was closed while a target was inside a connection event keeps the library
+ * loaded. The process's multithreaded apartment stays alive from the first open on.
  */
 #ifndef ZELAPI_ZELAPI_H
 #define ZELAPI_ZELAPI_H
@@ -60,7 +64,8 @@ typedef void* ZelConnection;
 #define ZEL_E_ARGUMENT 0x80100013u
 /** Not an open connection: null, unreadable, closed or foreign. */
 #define ZEL_E_HANDLE 0x80100014u
-/** No memory for a connection, a handler or a record. */
+/** No memory for a connection, or for what serves a service. Where memory for a message, a record or a text is missing,
+ * a request gives E_OUTOFMEMORY (0x8007000E) or ZEL_E_FAIL. */
 #define ZEL_E_OUT_OF_MEMORY 0x80100015u
 /** The phone's version of the service is too old, or is not known. */
 #define ZEL_E_VERSION 0x80100023u
@@ -98,21 +103,38 @@ typedef void* ZelConnection;
  * @param record      The decoded record. It belongs to the library and is freed as soon as the last target has
  *                    returned: copy what you keep. Null for a connection event.
  *
- * Indications of one connection arrive one at a time, in the order in which the phone sent them, on a thread of the
- * connection. Connection events arrive at once, on a thread of the link service. Notification interfaces are served
- * before callbacks, each in ascending order of address.
+ * Thread and order. Indications of one connection arrive one at a time, in the order in which the phone sent them, on a
+ * thread of the connection. A connection event arrives at once, on a thread of the link service; if another target of
+ * the connection is then inside a call into the library, it arrives on the thread of the indications instead, right
+ * after. Targets of one connection never run at the same time on two threads. For each delivery notification interfaces
+ * come before callbacks, each in ascending order of address.
  *
- * Inside it you may send requests and change registrations of this connection. You must not close the connection
- * (ZelCloseConnection then answers ZEL_E_FAIL and does nothing), call ZelAPI_Terminate, or wait for another thread
- * that registers or unregisters a target of this connection. A registration that another thread changes waits until
- * the running delivery is over; so after ZelRegisterCallback(…, ZEL_UNREGISTER, …) has returned, the callback is
- * not running and will not be called again. ZelCloseConnection waits for a running delivery, up to 30 seconds.
+ * Inside it you may send requests, open connections, close other ones, and change registrations of this connection. You
+ * must not end this connection: ZelCloseConnection with its handle, and ZelAPI_Terminate in any delivery, answer
+ * ZEL_E_FAIL and do nothing. Do not wait for a thread that registers or unregisters a target of this connection, or
+ * that closes it. Everything that follows waits for your return.
+ *
+ * Unregistering from another thread waits until the running delivery is over; so after ZelRegisterCallback(…,
+ * ZEL_UNREGISTER, …) has returned, the callback is not running and will not be called again. Inside a delivery it takes
+ * effect at once; the call that is running goes on.
+ *
+ * Closing waits for the delivery that is running, up to 30 seconds; a thread of the connection that has not come back
+ * by then is ended in the middle of the callback, with whatever it holds. Then it waits, up to 30 seconds again, for a
+ * connection event that is inside a target. The thread of that one belongs to the link service and goes on: once the
+ * connection is closed its handle is invalid there, too, and what the event stands on is freed when it returns. What
+ * was queued and not yet delivered is lost. So a callback that never returns costs 30
+ * seconds at the end of its connection and the memory that it uses. One that was ended inside a call into the library
+ * still counts as a running call, for which ZelAPI_Terminate waits.
+ *
+ * A C++ exception that leaves a target ends that delivery, for the targets that follow, too; the next ones arrive. Do
+ * not rely on it: an application of another compiler or language must let none out.
  */
 typedef void(__stdcall* ZelCallback)(uint32_t kind, uint32_t message_id, void* record);
 
 /**
  * An object that receives what the phone says on its own; the rules of ZelCallback hold. Not a COM interface: there is
- * no reference counting, and it must live until it is unregistered or the connection is closed.
+ * no reference counting, and it must live until it is unregistered or the connection is closed, and its last call has
+ * returned.
  */
 #ifdef __cplusplus
 struct IZelNotification
@@ -144,8 +166,9 @@ struct IZelNotification
 uint32_t __stdcall ZelAPI_Initialize(void);
 
 /**
- * Counts one user less. The last one closes down: it waits up to 30 seconds for running calls, then destroys every
- * connection that is still open. @return the count that is left.
+ * Counts one user less. The last one closes down: it waits up to 30 seconds for running calls, then ends every
+ * connection that is still open, one after the other, as ZelCloseConnection does. @return the count that is left;
+ * ZEL_E_FAIL, and nothing is done, inside a delivery.
  */
 uint32_t __stdcall ZelAPI_Terminate(void);
 
@@ -185,7 +208,10 @@ uint32_t __stdcall ZelOpenConnection(uint32_t device_id, ZelConnection* connecti
 uint32_t __stdcall ZelOpenConnectionUsingSN(const OLECHAR* serial_number, const uint32_t* medium,
                                             ZelConnection* connection);
 
-/** Closes a connection; its handle is no longer valid. @return ZEL_OK, ZEL_E_HANDLE. */
+/**
+ * Closes a connection; its handle is no longer valid. Waits for targets that are running, see ZelCallback.
+ * @return ZEL_OK; ZEL_E_HANDLE; ZEL_E_FAIL, and nothing is done, inside a delivery of this connection.
+ */
 uint32_t __stdcall ZelCloseConnection(ZelConnection connection);
 
 /**
@@ -215,7 +241,8 @@ uint32_t __stdcall ZelRegisterCallback(ZelConnection connection, uint32_t action
 
 /**
  * Tells the phone that the indications of one service are wanted (ZEL_REGISTER) or no longer wanted
- * (ZEL_UNREGISTER).
+ * (ZEL_UNREGISTER). The phone is told the whole set of wanted services. When several threads call it at the same time,
+ * the last message that reaches the phone is the newest set.
  *
  * @param message_id  Any API message id of the service.
  * @return ZEL_OK; ZEL_E_ARGUMENT for another action; the failure of the send; ZEL_E_HANDLE.

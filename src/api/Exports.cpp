@@ -4,6 +4,7 @@
 #include "message/ExceptionFrame.h"
 #include "zelapi/zelapi.h"
 
+#include <atomic>
 #include <new>
 
 namespace
@@ -13,9 +14,8 @@ constexpr std::uint32_t kApiVersion = 10;
 constexpr DWORD kTerminatePollMs = 1000;
 constexpr int kTerminatePolls = 30;
 
-// Plain counters without a lock: an application initialises and terminates on one thread.
-std::uint32_t g_initialisations = 0;
-std::uint32_t g_callsInProgress = 0;
+std::atomic<std::uint32_t> g_initialisations = 0;
+std::atomic<std::uint32_t> g_callsInProgress = 0;
 
 CVorlanControl& ConnectionOf(ZelConnection handle)
 {
@@ -30,6 +30,7 @@ std::uint32_t OnConnection(ZelConnection handle, Operation&& operation)
 {
     return ResultOf([&] {
         CVorlanControl& connection = ConnectionOf(handle);
+        const CNotificationBase::CCall call;
         ++g_callsInProgress;
         const std::uint32_t result = operation(connection);
         --g_callsInProgress;
@@ -39,10 +40,14 @@ std::uint32_t OnConnection(ZelConnection handle, Operation&& operation)
 
 CVorlanControl& NewConnection()
 {
-    auto* connection = new (std::nothrow) CVorlanControl;
-    if (connection == nullptr)
+    try
+    {
+        return *new CVorlanControl;
+    }
+    catch (const std::bad_alloc&)
+    {
         ThrowCode(ZEL_E_OUT_OF_MEMORY);
-    return *connection;
+    }
 }
 
 void Publish(CVorlanControl& connection, ZelConnection* handle)
@@ -52,7 +57,16 @@ void Publish(CVorlanControl& connection, ZelConnection* handle)
 
 void Destroy(CHandleBase* handle)
 {
-    delete handle;
+    CVorlanControl::Dispose(static_cast<CVorlanControl*>(handle));
+}
+
+/// Lowers the count of initialisations, not below 0. What is left.
+std::uint32_t LowerInitialisations()
+{
+    std::uint32_t count = g_initialisations;
+    while (count != 0 && !g_initialisations.compare_exchange_weak(count, count - 1))
+        continue;
+    return count == 0 ? 0 : count - 1;
 }
 
 void WaitForRunningCalls()
@@ -81,9 +95,13 @@ uint32_t __stdcall ZelAPI_Initialize()
 
 uint32_t __stdcall ZelAPI_Terminate()
 {
-    return ResultOf([] {
-        if (g_initialisations != 0 && --g_initialisations != 0)
-            return g_initialisations;
+    return ResultOf([]() -> std::uint32_t {
+        // A target that ends the connection that calls it would wait for itself.
+        if (CNotificationBase::IsAnyDelivering())
+            return ZEL_E_FAIL;
+        const std::uint32_t left = LowerInitialisations();
+        if (left != 0)
+            return left;
         WaitForRunningCalls();
         DestroyConnections();
         return g_initialisations;
@@ -100,6 +118,7 @@ uint32_t __stdcall ZelOpenConnection(uint32_t device_id, ZelConnection* connecti
     return ResultOf([&]() -> std::uint32_t {
         if (!IsReadable(connection))
             return ZEL_E_ARGUMENT;
+        const CNotificationBase::CCall call;
         CVorlanControl& opened = NewConnection();
         if (const std::uint32_t result = opened.Initialize(); result != ZEL_OK)
             return result;
@@ -117,6 +136,7 @@ uint32_t __stdcall ZelOpenConnectionUsingSN(const OLECHAR* serial_number, const 
     return ResultOf([&]() -> std::uint32_t {
         if (!IsReadable(medium) || !IsReadable(connection))
             return ZEL_E_ARGUMENT;
+        const CNotificationBase::CCall call;
         CVorlanControl& opened = NewConnection();
         opened.Initialize();
         const std::uint32_t result = opened.OpenBySerialNumber(serial_number, *medium);

@@ -1,4 +1,6 @@
+#include "message/ExceptionFrame.h"
 #include "message/Platform.h"
+#include "runtime/SystemHandles.h"
 
 #include <string>
 
@@ -35,24 +37,24 @@ void WriteModulePath(HKEY key)
 /// Lets other software find this library. Registers no COM class: the library serves none.
 STDAPI DllRegisterServer()
 {
-    HKEY key = nullptr;
-    if (RegCreateKeyExA(HKEY_LOCAL_MACHINE, AnsiKey().c_str(), 0, nullptr, 0, kReadWrite, nullptr, &key, nullptr) ==
-        ERROR_SUCCESS)
-    {
-        WriteModulePath(key);
-        RegCloseKey(key);
-    }
+    ResultOf([] {
+        HKEY key = nullptr;
+        if (RegCreateKeyExA(HKEY_LOCAL_MACHINE, AnsiKey().c_str(), 0, nullptr, 0, kReadWrite, nullptr, &key, nullptr) ==
+            ERROR_SUCCESS)
+            WriteModulePath(CRegistryKeyOwner(key).get());
+        return ZEL_OK;
+    });
     return S_OK;
 }
 
 STDAPI DllUnregisterServer()
 {
-    HKEY key = nullptr;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, AnsiKey().c_str(), 0, kReadWrite, &key) == ERROR_SUCCESS)
-    {
-        RegDeleteValueA(key, kValue);
-        RegCloseKey(key);
-    }
+    ResultOf([] {
+        HKEY key = nullptr;
+        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, AnsiKey().c_str(), 0, kReadWrite, &key) == ERROR_SUCCESS)
+            RegDeleteValueA(CRegistryKeyOwner(key).get(), kValue);
+        return ZEL_OK;
+    });
     return S_OK;
 }
 

@@ -1,14 +1,16 @@
 #pragma once
 
 #include "message/Platform.h"
+#include "runtime/Occupancy.h"
 #include "vorlan_service.h"
 
-/// The IUnknown of an event sink that is part of a larger object. Counting references never frees it.
+/// The IUnknown of an event sink that is part of a larger object. Counting references never frees it; who holds one is
+/// inside that object.
 template <typename Interface>
 class CIUnknownImpl : public Interface
 {
   public:
-    CIUnknownImpl() = default;
+    explicit CIUnknownImpl(COccupancy& holders) : m_holders(holders) {}
     CIUnknownImpl(const CIUnknownImpl&) = delete;
     CIUnknownImpl& operator=(const CIUnknownImpl&) = delete;
 
@@ -26,24 +28,26 @@ class CIUnknownImpl : public Interface
         return S_OK;
     }
 
-    ULONG STDMETHODCALLTYPE AddRef() final { return static_cast<ULONG>(InterlockedIncrement(&m_references)); }
-    ULONG STDMETHODCALLTYPE Release() final { return static_cast<ULONG>(InterlockedDecrement(&m_references)); }
+    ULONG STDMETHODCALLTYPE AddRef() final
+    {
+        m_holders.Enter();
+        return static_cast<ULONG>(InterlockedIncrement(&m_references));
+    }
+    ULONG STDMETHODCALLTYPE Release() final
+    {
+        const LONG left = InterlockedDecrement(&m_references);
+        m_holders.Leave();
+        return static_cast<ULONG>(left);
+    }
 
     /// Lets no caller of another process in any more.
     void CutOff() { CoDisconnectObject(this, 0); }
-
-    /// Waits until nobody holds a reference, at most `timeoutMs`. COM holds one while a call is on its way in or out.
-    void WaitUntilReleased(std::uint32_t timeoutMs)
-    {
-        for (std::uint32_t waited = 0; InterlockedCompareExchange(&m_references, 0, 0) > 0 && waited < timeoutMs;
-             ++waited)
-            Sleep(1);
-    }
 
   protected:
     ~CIUnknownImpl() = default;
 
   private:
+    COccupancy& m_holders;
     LONG m_references = 0;
 };
 

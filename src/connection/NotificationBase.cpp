@@ -22,30 +22,101 @@ void VisitAll(const Set& targets, Visitor&& visit)
     }
 }
 
-/// Names this thread as the delivering one while it lives. Deliveries can nest: a target may make the service raise an
-/// event, in process, on the same thread.
-class DeliveryMark
+}  // namespace
+
+/// Owns the lock while it lives; a thread may own it several times.
+class CNotificationBase::CLock
 {
   public:
-    explicit DeliveryMark(std::atomic<DWORD>& thread) : m_thread(thread), m_outer(thread.exchange(GetCurrentThreadId()))
+    enum Patience : std::uint8_t
     {
+        kWhateverItTakes,
+        kUntilTheOwnerIsInACall,
+    };
+
+    explicit CLock(CNotificationBase& targets, Patience patience = kWhateverItTakes) : m_targets(targets)
+    {
+        const HANDLE events[] = {targets.m_lock.get(), targets.m_inCall.get()};
+        const DWORD count = patience == kWhateverItTakes ? 1 : ARRAYSIZE(events);
+        const DWORD signalled = WaitForMultipleObjects(count, events, FALSE, INFINITE);
+        m_owned = signalled == WAIT_OBJECT_0 || signalled == WAIT_ABANDONED_0;
+        if (signalled == WAIT_ABANDONED_0)
+            ForgetTheKilledOwner();
     }
-    DeliveryMark(const DeliveryMark&) = delete;
-    DeliveryMark& operator=(const DeliveryMark&) = delete;
-    ~DeliveryMark() { m_thread = m_outer; }
+    CLock(const CLock&) = delete;
+    CLock& operator=(const CLock&) = delete;
+    ~CLock()
+    {
+        if (m_owned)
+            ReleaseMutex(m_targets.m_lock.get());
+    }
+
+    bool IsOwned() const { return m_owned; }
 
   private:
-    std::atomic<DWORD>& m_thread;
-    DWORD m_outer;
+    void ForgetTheKilledOwner()
+    {
+        m_targets.m_calls = 0;
+        ResetEvent(m_targets.m_inCall.get());
+    }
+
+    CNotificationBase& m_targets;
+    bool m_owned = false;
 };
 
-}  // namespace
+/// A delivery on this thread, while it lives. Deliveries can nest: a target may make the service raise an event, in
+/// process, on the same thread. REQUIRES: the thread owns the lock.
+class CNotificationBase::CDelivery
+{
+  public:
+    explicit CDelivery(CNotificationBase& targets) : m_targets(targets), m_outer(s_innermost) { s_innermost = this; }
+    CDelivery(const CDelivery&) = delete;
+    CDelivery& operator=(const CDelivery&) = delete;
+    ~CDelivery() { s_innermost = m_outer; }
+
+    /// Visits the targets of each delivery on this thread.
+    template <typename Visitor>
+    static void ForEach(Visitor&& visit)
+    {
+        for (const CDelivery* delivery = s_innermost; delivery != nullptr; delivery = delivery->m_outer)
+            visit(delivery->m_targets);
+    }
+
+  private:
+    static thread_local const CDelivery* s_innermost;
+
+    CNotificationBase& m_targets;
+    const CDelivery* m_outer;
+};
+
+thread_local const CNotificationBase::CDelivery* CNotificationBase::CDelivery::s_innermost = nullptr;
+
+CNotificationBase::CCall::CCall()
+{
+    CDelivery::ForEach([](CNotificationBase& targets) {
+        if (targets.m_calls++ == 0)
+            SetEvent(targets.m_inCall.get());
+    });
+}
+
+CNotificationBase::CCall::~CCall()
+{
+    CDelivery::ForEach([](CNotificationBase& targets) {
+        if (--targets.m_calls == 0)
+            ResetEvent(targets.m_inCall.get());
+    });
+}
+
+CNotificationBase::CNotificationBase()
+    : m_lock(Required(CHandleOwner(CreateMutexW(nullptr, FALSE, nullptr)))), m_inCall(Required(NewManualResetEvent()))
+{
+}
 
 std::uint32_t CNotificationBase::RegisterCallback(std::uint32_t action, ZelCallback callback)
 {
     if (!IsCallable(callback))
         return ZEL_E_ARGUMENT;
-    const CAutoLock lock(m_lock);
+    const CLock lock(*this);
     if (action == ZEL_REGISTER)
         m_callbacks.insert(callback);
     else
@@ -57,7 +128,7 @@ std::uint32_t CNotificationBase::RegisterInterface(std::uint32_t action, IZelNot
 {
     if (!IsReadable(target) || (action != ZEL_REGISTER && action != ZEL_UNREGISTER))
         return ZEL_E_ARGUMENT;
-    const CAutoLock lock(m_lock);
+    const CLock lock(*this);
     if (action == ZEL_REGISTER)
         m_interfaces.insert(target);
     else
@@ -67,8 +138,35 @@ std::uint32_t CNotificationBase::RegisterInterface(std::uint32_t action, IZelNot
 
 void CNotificationBase::Dispatch(std::uint32_t kind, std::uint32_t messageId, void* record)
 {
-    const CAutoLock lock(m_lock);
-    const DeliveryMark mark(m_deliveringThread);
+    const CLock lock(*this);
+    Deliver(kind, messageId, record);
+}
+
+bool CNotificationBase::TryDispatch(std::uint32_t kind, std::uint32_t messageId, void* record)
+{
+    const CLock lock(*this, CLock::kUntilTheOwnerIsInACall);
+    if (lock.IsOwned())
+        Deliver(kind, messageId, record);
+    return lock.IsOwned();
+}
+
+bool CNotificationBase::IsDelivering() const
+{
+    bool found = false;
+    CDelivery::ForEach([&](const CNotificationBase& targets) { found = found || &targets == this; });
+    return found;
+}
+
+bool CNotificationBase::IsAnyDelivering()
+{
+    bool any = false;
+    CDelivery::ForEach([&](const CNotificationBase&) { any = true; });
+    return any;
+}
+
+void CNotificationBase::Deliver(std::uint32_t kind, std::uint32_t messageId, void* record)
+{
+    const CDelivery delivery(*this);
     VisitAll(m_interfaces, [&](IZelNotification* target) {
         if (!IsReadable(target))
             return;

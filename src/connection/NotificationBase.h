@@ -1,19 +1,31 @@
 #pragma once
 
-#include "runtime/AutoLock.h"
+#include "runtime/SystemHandles.h"
 #include "zelapi/zelapi.h"
 
-#include <atomic>
 #include <cstdint>
 #include <set>
 
 /// The targets of one connection: notification interfaces and callbacks, each at most once.
 ///
-/// The lock is held while the application is called: once a target is removed it is not running and will not be called.
+/// One delivery runs at a time, and registrations wait for it: once a target is removed it is not running and will not
+/// be called.
 class CNotificationBase
 {
   public:
-    CNotificationBase() = default;
+    /// Stands for a call into the library, for as long as it lives. A target that makes one may wait for the phone: the
+    /// deliveries on this thread then hold up no service (TryDispatch).
+    class CCall
+    {
+      public:
+        CCall();
+        CCall(const CCall&) = delete;
+        CCall& operator=(const CCall&) = delete;
+        ~CCall();
+    };
+
+    /// Throws std::bad_alloc.
+    CNotificationBase();
     CNotificationBase(const CNotificationBase&) = delete;
     CNotificationBase& operator=(const CNotificationBase&) = delete;
     virtual ~CNotificationBase() = default;
@@ -25,13 +37,26 @@ class CNotificationBase
 
     /// Calls the interfaces, then the callbacks, each in ascending order of address.
     void Dispatch(std::uint32_t kind, std::uint32_t messageId, void* record);
+    /// Does so unless the delivery of another thread is inside a call into the library, or gets into one while this one
+    /// waits for it: false, and nobody is called.
+    bool TryDispatch(std::uint32_t kind, std::uint32_t messageId, void* record);
 
     /// True on a thread that is inside a target of this connection.
-    bool IsDelivering() const { return m_deliveringThread == GetCurrentThreadId(); }
+    bool IsDelivering() const;
+    /// True on a thread that is inside a target of any connection.
+    static bool IsAnyDelivering();
 
   private:
+    class CLock;
+    class CDelivery;
+
+    void Deliver(std::uint32_t kind, std::uint32_t messageId, void* record);
+
     std::set<ZelCallback> m_callbacks;
     std::set<IZelNotification*> m_interfaces;
-    std::atomic<DWORD> m_deliveringThread = 0;
-    CCriticalSection m_lock;
+    /// A mutex of the system: it tells when its owner, a thread that never came back from a target, was killed.
+    CHandleOwner m_lock;
+    /// Set while the owner of the lock is inside a call into the library.
+    CHandleOwner m_inCall;
+    std::uint32_t m_calls = 0;
 };

@@ -1,12 +1,13 @@
 #include "connection/VorlanControl.h"
 
 #include "connection/ByteArray.h"
+#include "connection/HandleRegistry.h"
 #include "handlers/base/Owners.h"
 #include "runtime/Apartment.h"
 #include "zelapi/time.h"
 
-#include <algorithm>
 #include <cstring>
+#include <memory>
 
 namespace
 {
@@ -85,6 +86,13 @@ void** PutVoid(CComRef<IConnectionPointContainer>& container)
     return reinterpret_cast<void**>(container.Put());
 }
 
+void KeepLibraryLoaded()
+{
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                       reinterpret_cast<LPCWSTR>(&KeepLibraryLoaded), &module);
+}
+
 /// Makes `message` the reply. One that is no array of bytes, or an empty one, is a reply with id 0 and no body.
 void TakeReply(CMessage& message, const CByteArrayView& reply)
 {
@@ -99,29 +107,33 @@ void TakeReply(CMessage& message, const CByteArrayView& reply)
 
 }  // namespace
 
-CVorlanControl::CVorlanControl() : m_handlers(m_service)
+CVorlanControl::CVorlanControl()
+    : CIVorlanServiceEvents(m_sinkHolders), CIVorlanServiceEvents2(m_sinkHolders), m_handlers(m_service)
 {
     m_service.UseTable();
 }
 
 CVorlanControl::~CVorlanControl()
 {
-    // The service may still hold the sinks, and the delivery thread may still call this object: both end before its
-    // parts go.
-    ResultOf([&] {
-        RunInMultithreadedApartment([&] {
-            CIVorlanServiceEvents::CutOff();
-            CIVorlanServiceEvents2::CutOff();
-        });
-        return ZEL_OK;
-    });
-    Stop(kDestructorStopMs);
-    // A call that was let in before the cut runs to its end, and COM then lets go of the sink. A service that never
-    // lets go, one in this process that was not unadvised, is not waited for any longer.
-    m_events.WaitUntilEmpty(kStopWaitMs);
-    CIVorlanServiceEvents::WaitUntilReleased(kReleaseWaitMs);
-    CIVorlanServiceEvents2::WaitUntilReleased(kReleaseWaitMs);
-    m_events.WaitUntilEmpty(kStopWaitMs);
+    End(kLeaveAdvised);
+}
+
+void CVorlanControl::Dispose(CVorlanControl* connection)
+{
+    HandleRegistry::Unregister(connection);
+    connection->End(kLeaveAdvised);
+    // An event that is still inside, or a service that has not let go, stands on the connection, and on this library.
+    if (!connection->m_sinkHolders.LeaveToTheLast(&CVorlanControl::DeleteLater, connection))
+        delete connection;
+    else
+        KeepLibraryLoaded();
+}
+
+void CVorlanControl::DeleteLater(void* connection)
+{
+    // Not here: this is one of COM's threads, on its way out of the connection.
+    const auto deleteNow = [](PTP_CALLBACK_INSTANCE, void* left) { delete static_cast<CVorlanControl*>(left); };
+    TrySubmitThreadpoolCallback(deleteNow, connection, nullptr);
 }
 
 std::uint32_t CVorlanControl::Shutdown()
@@ -135,6 +147,7 @@ std::uint32_t CVorlanControl::Shutdown()
 
 std::uint32_t CVorlanControl::OpenById(std::uint32_t deviceId)
 {
+    m_ended = false;
     const std::uint32_t result = ResultOf([&] {
         HRESULT step = m_service.Connect();
         if (SUCCEEDED(step) && deviceId > kLowDeviceIdBits)
@@ -156,6 +169,7 @@ std::uint32_t CVorlanControl::OpenById(std::uint32_t deviceId)
 
 std::uint32_t CVorlanControl::OpenBySerialNumber(const OLECHAR* serialNumber, std::uint32_t medium)
 {
+    m_ended = false;
     const std::uint32_t result = ResultOf([&] {
         HRESULT step = m_service.Connect();
         if (SUCCEEDED(step))
@@ -239,7 +253,10 @@ HRESULT CVorlanControl::GetConnectionPoints(CComRef<IConnectionPointContainer>& 
 
 HRESULT CVorlanControl::AdviseSinks()
 {
-    HRESULT result = E_UNEXPECTED;
+    HRESULT result = KeepMultithreadedApartment();
+    if (FAILED(result))
+        return result;
+    result = E_UNEXPECTED;
     RunInMultithreadedApartment([&] {
         CComRef<IConnectionPointContainer> container;
         result = GetConnectionPoints(container);
@@ -269,15 +286,36 @@ HRESULT CVorlanControl::UnadviseSinks()
 
 std::uint32_t CVorlanControl::Close()
 {
-    return ResultOf([&] {
-        Stop(kStopWaitMs);
-        HRESULT result = S_OK;
-        if (m_service.HasService())
-            result = static_cast<HRESULT>(ResultOf([&] { return static_cast<std::uint32_t>(UnadviseSinks()); }));
-        m_service.Disconnect();
-        m_supportedServices.clear();
-        m_handlers.Clear();
-        return static_cast<std::uint32_t>(result);
+    return ResultOf([&] { return End(kUnadvise); });
+}
+
+std::uint32_t CVorlanControl::End(Unadvising unadvising)
+{
+    if (std::exchange(m_ended, true))
+        return ZEL_OK;
+    Stop(m_endWaitMs);
+    std::uint32_t result = ZEL_OK;
+    if (unadvising == kUnadvise && m_service.HasService())
+        result = ResultOf([&] { return static_cast<std::uint32_t>(UnadviseSinks()); });
+    CutOffSinks();
+    // An event that was let in before the cut runs to its end, and COM then lets go of the sink. A service that never
+    // lets go, one in this process that was not unadvised, is not waited for any longer.
+    if (m_events.WaitUntilEmpty(m_endWaitMs))
+        m_sinkHolders.WaitUntilEmpty(kReleaseWaitMs);
+    m_service.Disconnect();
+    m_versions.Clear();
+    m_handlers.Clear();
+    return result;
+}
+
+void CVorlanControl::CutOffSinks()
+{
+    ResultOf([&] {
+        RunInMultithreadedApartment([&] {
+            CIVorlanServiceEvents::CutOff();
+            CIVorlanServiceEvents2::CutOff();
+        });
+        return ZEL_OK;
     });
 }
 
@@ -301,7 +339,7 @@ std::uint32_t CVorlanControl::QueryServiceVersions()
             continue;
         const std::uint8_t major = message.ReadByte();
         const std::uint8_t minor = message.ReadByte();
-        m_supportedServices.push_back({resource, major, minor});
+        m_versions.Add({resource, major, minor});
     }
     return result;
 }
@@ -315,17 +353,10 @@ void CVorlanControl::QueryTimeService()
     m_timeParameters[1] = settings.setting_11_second;
 }
 
-const CVorlanControl::SupportedService* CVorlanControl::FindService(std::uint8_t resource) const
-{
-    const auto found = std::find_if(m_supportedServices.begin(), m_supportedServices.end(),
-                                    [&](const SupportedService& service) { return service.resource == resource; });
-    return found == m_supportedServices.end() ? nullptr : &*found;
-}
-
 std::uint32_t CVorlanControl::QuerySupport(std::uint32_t messageId, std::uint32_t& version) const
 {
-    const SupportedService* service = FindService(ResourceOf(messageId));
-    if (service == nullptr)
+    const auto service = m_versions.Find(ResourceOf(messageId));
+    if (!service)
         return ZEL_NOT_SUPPORTED;
     version = static_cast<std::uint32_t>(service->major << 8 | service->minor);
     return ZEL_OK;
@@ -333,8 +364,8 @@ std::uint32_t CVorlanControl::QuerySupport(std::uint32_t messageId, std::uint32_
 
 std::uint32_t CVorlanControl::GetServiceVersion(std::uint8_t resource, std::uint8_t& major, std::uint8_t& minor)
 {
-    const SupportedService* service = FindService(resource);
-    if (service == nullptr)
+    const auto service = m_versions.Find(resource);
+    if (!service)
         return ZEL_E_FAIL;
     major = service->major;
     minor = service->minor;
@@ -353,7 +384,8 @@ std::uint32_t CVorlanControl::GetTimeServiceParameters(std::uint16_t& first, std
 
 std::uint32_t CVorlanControl::SendRequest(std::uint32_t messageId, void* record)
 {
-    return m_handlers.GetHandler(ResourceOf(messageId))->EncodeRequest(*this, messageId, record);
+    return ResultOf(
+        [&] { return m_handlers.GetHandler(ResourceOf(messageId))->EncodeRequest(*this, messageId, record); });
 }
 
 CServiceRef<IVorlanService2> CVorlanControl::RequireService() const
@@ -405,27 +437,16 @@ std::uint32_t CVorlanControl::SendRaw(std::uint32_t length, const std::uint8_t* 
 
 std::uint32_t CVorlanControl::Subscribe(std::uint32_t action, std::uint32_t messageId)
 {
-    const std::uint8_t resource = ResourceOf(messageId);
     if (action != ZEL_REGISTER && action != ZEL_UNREGISTER)
         return ZEL_E_ARGUMENT;
-    const CByteSet subscribed = ChangeSubscriptions(action == ZEL_REGISTER, resource);
-
-    CMessage message;
-    message.SetResource(kSubscriptionResource);
-    message.SetMessageId(kSubscriptionMessage);
-    message.AppendByte(static_cast<std::uint8_t>(subscribed.Size()));
-    subscribed.ForEach([&](std::uint8_t member) { message.AppendByte(member); });
-    return Send(message, 0);
-}
-
-CByteSet CVorlanControl::ChangeSubscriptions(bool add, std::uint8_t resource)
-{
-    const CAutoLock lock(m_subscriptionsLock);
-    if (add)
-        m_subscriptions.Insert(resource);
-    else
-        m_subscriptions.Erase(resource);
-    return m_subscriptions;
+    return m_subscriptions.Change(action == ZEL_REGISTER, ResourceOf(messageId), [&](const CByteSet& subscribed) {
+        CMessage message;
+        message.SetResource(kSubscriptionResource);
+        message.SetMessageId(kSubscriptionMessage);
+        message.AppendByte(static_cast<std::uint8_t>(subscribed.Size()));
+        subscribed.ForEach([&](std::uint8_t member) { message.AppendByte(member); });
+        return Send(message, 0);
+    });
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -433,7 +454,7 @@ CByteSet CVorlanControl::ChangeSubscriptions(bool add, std::uint8_t resource)
 
 HRESULT CVorlanControl::OnMessageReceived(unsigned char resource, VARIANT* message)
 {
-    const CCallGate::Call call(m_events);
+    const COccupancy::Guest event(m_events);
     ResultOf([&]() -> std::uint32_t {
         const CByteArrayView bytes(message);
         if (bytes.Size() <= kIndicationIdAt)
@@ -450,7 +471,7 @@ HRESULT CVorlanControl::OnMessageReceived(unsigned char resource, VARIANT* messa
 
 HRESULT CVorlanControl::OnRawMessageReceived(VARIANT* message)
 {
-    const CCallGate::Call call(m_events);
+    const COccupancy::Guest event(m_events);
     ResultOf([&]() -> std::uint32_t {
         if (!IsReadable(message) || message->vt != (VT_ARRAY | VT_UI1) || !IsReadable(message->parray))
             return ZEL_NOT_HANDLED;
@@ -469,9 +490,11 @@ HRESULT CVorlanControl::OnRawMessageReceived(VARIANT* message)
 
 HRESULT CVorlanControl::OnConnectionEvent()
 {
-    const CCallGate::Call call(m_events);
+    const COccupancy::Guest event(m_events);
     ResultOf([&] {
-        Dispatch(ZEL_CONNECTION_EVENT, 0, nullptr);
+        // A target that waits for the phone may wait for a service that waits for this call.
+        if (!TryDispatch(ZEL_CONNECTION_EVENT, 0, nullptr))
+            Queue(ZEL_CONNECTION_EVENT, 0, nullptr);
         return ZEL_OK;
     });
     return S_OK;
@@ -484,7 +507,19 @@ void CVorlanControl::QueueIndication(CContentHandler& handler, CMessage& message
     // A handler that answers 0 and names no id had nothing to deliver.
     if (handler.DecodeMessage(message, messageId, record) != ZEL_OK || messageId == 0)
         return;
-    Enqueue(new CNTFData{ZEL_INDICATION, messageId, record});
+    const std::uint32_t queued = ResultOf([&] {
+        Queue(ZEL_INDICATION, messageId, record);
+        return ZEL_OK;
+    });
+    if (queued != ZEL_OK)
+        handler.FreeDecodedData(messageId, record);
+}
+
+void CVorlanControl::Queue(std::uint32_t kind, std::uint32_t messageId, void* record)
+{
+    auto notification = std::make_unique<CNTFData>(CNTFData{kind, messageId, record});
+    Enqueue(notification.get());
+    notification.release();
 }
 
 std::uint32_t CVorlanControl::Execute(CNTFData* notification)
@@ -495,7 +530,8 @@ std::uint32_t CVorlanControl::Execute(CNTFData* notification)
         Dispatch(notification->kind, notification->messageId, notification->record);
         return ZEL_OK;
     });
-    m_handlers.GetHandler(ResourceOf(notification->messageId))
-        ->FreeDecodedData(notification->messageId, notification->record);
+    if (notification->kind == ZEL_INDICATION)
+        m_handlers.GetHandler(ResourceOf(notification->messageId))
+            ->FreeDecodedData(notification->messageId, notification->record);
     return ZEL_OK;
 }

@@ -4,13 +4,12 @@
 #include "connection/HandleBase.h"
 #include "connection/HandlerRegistry.h"
 #include "connection/NotificationBase.h"
+#include "connection/ServiceVersions.h"
+#include "connection/Subscriptions.h"
 #include "handlers/base/DataSender.h"
-#include "message/ByteSet.h"
-#include "runtime/CallGate.h"
+#include "runtime/Occupancy.h"
 #include "runtime/SLSrvPtr.h"
 #include "runtime/ZelNotification.h"
-
-#include <vector>
 
 /// Something to deliver to the application.
 struct CNTFData
@@ -33,6 +32,10 @@ class CVorlanControl final : public CHandleBase,
     CVorlanControl();
     ~CVorlanControl() override;
 
+    /// Ends a connection and frees it: now, or, if an event is still inside, when the last one leaves. The handle is
+    /// invalid from now on.
+    static void Dispose(CVorlanControl* connection);
+
     std::uint32_t Initialize() override { return ZEL_OK; }
     std::uint32_t Shutdown() override;
 
@@ -43,6 +46,10 @@ class CVorlanControl final : public CHandleBase,
     /// Undoes an open, or what a failed one has left. Harmless when there is nothing to undo.
     std::uint32_t Close();
 
+    /// How long the end of the connection waits for a delivery, and then for an event, in milliseconds.
+    void SetEndWait(std::uint32_t waitMs) { m_endWaitMs = waitMs; }
+
+    /// Throws nothing.
     std::uint32_t SendRequest(std::uint32_t messageId, void* record);
     std::uint32_t QuerySupport(std::uint32_t messageId, std::uint32_t& version) const;
     std::uint32_t Subscribe(std::uint32_t action, std::uint32_t messageId);
@@ -59,12 +66,13 @@ class CVorlanControl final : public CHandleBase,
     HRESULT STDMETHODCALLTYPE OnRawMessageReceived(VARIANT* message) override;
 
   private:
-    struct SupportedService
+    enum Unadvising : std::uint8_t
     {
-        std::uint8_t resource;
-        std::uint8_t major;
-        std::uint8_t minor;
+        kUnadvise,
+        kLeaveAdvised,
     };
+
+    static void DeleteLater(void* connection);
 
     void SelectDeviceRange(std::uint32_t range);
     HRESULT OpenDeviceById(std::uint32_t deviceId);
@@ -74,24 +82,28 @@ class CVorlanControl final : public CHandleBase,
     HRESULT AdviseSinks();
     HRESULT UnadviseSinks();
     HRESULT CompleteOpen();
+    /// The one way in which a connection ends. The service, its thread and the tables go when no event is inside, which
+    /// may use them; an event that stays longer than it is waited for finds them empty.
+    std::uint32_t End(Unadvising unadvising);
+    void CutOffSinks();
 
     std::uint32_t QueryServiceVersions();
     void QueryTimeService();
-    const SupportedService* FindService(std::uint8_t resource) const;
     CServiceRef<IVorlanService2> RequireService() const;
 
-    /// Adds or removes a resource; the set as it is then.
-    CByteSet ChangeSubscriptions(bool add, std::uint8_t resource);
-
     void QueueIndication(CContentHandler& handler, CMessage& message);
+    void Queue(std::uint32_t kind, std::uint32_t messageId, void* record);
 
-    std::vector<SupportedService> m_supportedServices;
+    CServiceVersions m_versions;
     std::uint16_t m_timeParameters[2] = {};
-    CByteSet m_subscriptions;
-    CCriticalSection m_subscriptionsLock;
+    CSubscriptions m_subscriptions;
     CSLSrvPtr m_service;
     DWORD m_eventsCookie = 0;
     DWORD m_rawEventsCookie = 0;
     CHandlerRegistry m_handlers;
-    CCallGate m_events;
+    bool m_ended = true;
+    std::uint32_t m_endWaitMs = kStopWaitMs;
+    COccupancy m_events;
+    /// Who holds a reference to a sink. COM holds one while a call is on its way in or out.
+    COccupancy m_sinkHolders;
 };

@@ -2,6 +2,7 @@
 
 #include "message/ExceptionFrame.h"
 #include "message/Platform.h"
+#include "runtime/SystemHandles.h"
 
 namespace
 {
@@ -24,6 +25,13 @@ DWORD WINAPI RunBody(void* argument)
 
 }  // namespace
 
+HRESULT KeepMultithreadedApartment()
+{
+    static CO_MTA_USAGE_COOKIE cookie = nullptr;
+    static const HRESULT kept = CoIncrementMTAUsage(&cookie);
+    return kept;
+}
+
 void RunInMultithreadedApartment(const std::function<void()>& body)
 {
     const std::function<void()> guarded = [&] {
@@ -37,9 +45,9 @@ void RunInMultithreadedApartment(const std::function<void()>& body)
         guarded();
         return;
     }
-    HANDLE thread = CreateThread(nullptr, 0, &RunBody, const_cast<std::function<void()>*>(&guarded), 0, nullptr);
-    if (thread == nullptr)
+    const CHandleOwner thread(
+        CreateThread(nullptr, 0, &RunBody, const_cast<std::function<void()>*>(&guarded), 0, nullptr));
+    if (!thread)
         ThrowCode(ZEL_E_FAIL);
-    WaitForSingleObject(thread, INFINITE);
-    CloseHandle(thread);
+    WaitForSingleObject(thread.get(), INFINITE);
 }

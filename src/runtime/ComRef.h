@@ -36,6 +36,16 @@ class CComRef
         m_pointer = nullptr;
     }
 
+    /// Another reference to the same object.
+    CComRef Copy() const
+    {
+        CComRef copy;
+        copy.m_pointer = m_pointer;
+        if (m_pointer != nullptr)
+            m_pointer->AddRef();
+        return copy;
+    }
+
     /// Gives the reference up without releasing it.
     void Forget() { m_pointer = nullptr; }
 

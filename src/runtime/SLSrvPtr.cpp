@@ -53,7 +53,8 @@ HRESULT CSLSrvPtr::FindInterfaces(const CComRef<IUnknown>& object)
 }
 
 template <typename Auxiliary>
-HRESULT CSLSrvPtr::FindAuxiliary(const CComRef<IUnknown>& object, CComRef<Auxiliary>& target, DWORD& cookie)
+HRESULT CSLSrvPtr::FindAuxiliary(const CComRef<IUnknown>& object, CComRef<Auxiliary>& target,
+                                 std::atomic<DWORD>& cookie)
 {
     const HRESULT result = object.QueryInto(target);
     if (FAILED(result) || !target || !m_useTable)
@@ -88,12 +89,12 @@ void CSLSrvPtr::OnThreadKilled()
     m_brokerCookie = 0;
 }
 
-void CSLSrvPtr::Revoke(DWORD& cookie)
+void CSLSrvPtr::Revoke(std::atomic<DWORD>& cookie)
 {
     if (cookie == 0)
         return;
     CSmartPtrOperData operation;
     operation.kind = CSmartPtrOperData::kRevoke;
-    operation.cookie = std::exchange(cookie, 0);
+    operation.cookie = cookie.exchange(0);
     Execute(&operation);
 }

@@ -31,13 +31,13 @@ class CSLSrvPtr final : public CSmartIFPtr<IVorlanService2, nullptr, &IID_IVorla
     HRESULT Locate(CComRef<IUnknown>& object) const;
     HRESULT FindInterfaces(const CComRef<IUnknown>& object);
     template <typename Auxiliary>
-    HRESULT FindAuxiliary(const CComRef<IUnknown>& object, CComRef<Auxiliary>& target, DWORD& cookie);
-    void Revoke(DWORD& cookie);
+    HRESULT FindAuxiliary(const CComRef<IUnknown>& object, CComRef<Auxiliary>& target, std::atomic<DWORD>& cookie);
+    void Revoke(std::atomic<DWORD>& cookie);
 
     CComRef<IVorlanDevice> m_device;
-    DWORD m_deviceCookie = 0;
+    std::atomic<DWORD> m_deviceCookie = 0;
     CComRef<IVorlanDeviceBroker> m_broker;
-    DWORD m_brokerCookie = 0;
+    std::atomic<DWORD> m_brokerCookie = 0;
     std::uint8_t m_kind = 3;
     BSTR m_deviceSelector = nullptr;
 };

@@ -4,6 +4,7 @@
 #include "runtime/ComRef.h"
 #include "runtime/ZelAsyncOperation.h"
 
+#include <atomic>
 #include <cstdint>
 #include <objidl.h>
 
@@ -83,22 +84,26 @@ class CSmartIFPtr : public CZelAsyncOperation<CSmartPtrOperData>
 
     std::uint32_t OnThreadStart(std::uint32_t) override
     {
+        CComRef<IGlobalInterfaceTable> table;
         if (FAILED(CoCreateInstance(CLSID_StdGlobalInterfaceTable, nullptr, CLSCTX_INPROC_SERVER,
-                                    IID_IGlobalInterfaceTable, reinterpret_cast<void**>(m_table.Put()))))
+                                    IID_IGlobalInterfaceTable, reinterpret_cast<void**>(table.Put()))))
             ThrowCode(ZEL_E_CREATE);
+        ExchangeTable(table);
         HRESULT result = CreateService();
+        DWORD cookie = 0;
         if (SUCCEEDED(result))
-            result = m_table->RegisterInterfaceInGlobal(m_service.Get(), *InterfaceId, &m_serviceCookie);
+            result = m_table->RegisterInterfaceInGlobal(m_service.Get(), *InterfaceId, &cookie);
+        m_serviceCookie = cookie;
         return static_cast<std::uint32_t>(result);
     }
 
     std::uint32_t OnThreadExit(std::uint32_t) override
     {
-        if (IsReadable(m_table.Get()) && m_serviceCookie != 0)
-            m_table->RevokeInterfaceFromGlobal(m_serviceCookie);
-        m_serviceCookie = 0;
+        if (const DWORD cookie = m_serviceCookie.exchange(0); IsReadable(m_table.Get()) && cookie != 0)
+            m_table->RevokeInterfaceFromGlobal(cookie);
         const HRESULT result = ReleaseService();
-        m_table.Release();
+        CComRef<IGlobalInterfaceTable> none;
+        ExchangeTable(none);
         return static_cast<std::uint32_t>(result);
     }
 
@@ -139,9 +144,9 @@ class CSmartIFPtr : public CZelAsyncOperation<CSmartPtrOperData>
     {
         if (!m_useTable)
             return {raw.Get(), false};
+        const auto table = GetTable();
         Other* taken = nullptr;
-        if (!IsReadable(m_table.Get()) ||
-            FAILED(m_table->GetInterfaceFromGlobal(cookie, __uuidof(Other), reinterpret_cast<void**>(&taken))))
+        if (!table || FAILED(table->GetInterfaceFromGlobal(cookie, __uuidof(Other), reinterpret_cast<void**>(&taken))))
             taken = nullptr;
         return {taken, true};
     }
@@ -151,11 +156,27 @@ class CSmartIFPtr : public CZelAsyncOperation<CSmartPtrOperData>
     {
         m_service.Forget();
         m_serviceCookie = 0;
+        const CAutoLock lock(m_tableLock);
         m_table.Forget();
     }
 
     CComRef<Interface> m_service;
     bool m_useTable = false;
-    DWORD m_serviceCookie = 0;
+    std::atomic<DWORD> m_serviceCookie = 0;
+
+  private:
+    CComRef<IGlobalInterfaceTable> GetTable() const
+    {
+        const CAutoLock lock(m_tableLock);
+        return m_table.Copy();
+    }
+    void ExchangeTable(CComRef<IGlobalInterfaceTable>& table)
+    {
+        const CAutoLock lock(m_tableLock);
+        std::swap(m_table, table);
+    }
+
+    /// Set by the worker thread only, which therefore reads it without the lock.
     CComRef<IGlobalInterfaceTable> m_table;
+    mutable CCriticalSection m_tableLock;
 };

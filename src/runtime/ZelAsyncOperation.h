@@ -3,6 +3,7 @@
 #include "message/ExceptionFrame.h"
 #include "message/Platform.h"
 #include "runtime/LockedQueue.h"
+#include "runtime/SystemHandles.h"
 #include "runtime/ZelThread.h"
 
 /// Runs operations on one particular thread for threads that wait for their results.
@@ -17,7 +18,7 @@ class CZelAsyncOperation : public CZelThread
     /// the item is the asker's again, with its result. An asker that gives up calls Abandon.
     struct Item
     {
-        HANDLE event = nullptr;
+        CHandleOwner event;
         std::uint32_t result = 0;
         Data* data = nullptr;
     };
@@ -30,12 +31,12 @@ class CZelAsyncOperation : public CZelThread
         SignalWork();
     }
 
-    /// Gives up waiting: the worker then closes the event and deletes the item. False if the operation was just done,
+    /// Gives up waiting: the worker then deletes the item. False if the operation was just done,
     /// and the item is the asker's.
     bool Abandon(Item& item)
     {
         const CAutoLock lock(m_queue.Lock());
-        if (WaitForSingleObject(item.event, 0) == WAIT_OBJECT_0)
+        if (WaitForSingleObject(item.event.get(), 0) == WAIT_OBJECT_0)
             return false;
         item.result = kAbandoned;
         return true;
@@ -71,7 +72,7 @@ class CZelAsyncOperation : public CZelThread
         if (!DiscardIfAbandoned(item))
         {
             item->result = result;
-            SetEvent(item->event);
+            SetEvent(item->event.get());
         }
         return 0;
     }
@@ -81,8 +82,6 @@ class CZelAsyncOperation : public CZelThread
         const CAutoLock lock(m_queue.Lock());
         if (item->result != kAbandoned)
             return false;
-        if (item->event != nullptr)
-            CloseHandle(item->event);
         delete item;
         return true;
     }

@@ -9,18 +9,6 @@ namespace
 constexpr DWORD kMultithreaded = COINIT_MULTITHREADED | COINIT_SPEED_OVER_MEMORY;
 constexpr DWORD kApartment = COINIT_APARTMENTTHREADED | COINIT_SPEED_OVER_MEMORY;
 
-HANDLE NewManualResetEvent()
-{
-    return CreateEventW(nullptr, TRUE, FALSE, nullptr);
-}
-
-void Close(HANDLE& handle)
-{
-    if (handle != nullptr)
-        CloseHandle(handle);
-    handle = nullptr;
-}
-
 }  // namespace
 
 CZelThread::~CZelThread()
@@ -32,8 +20,8 @@ std::uint32_t CZelThread::Start()
 {
     CreateEvents();
     m_task = this;
-    m_thread = CreateThread(nullptr, 0, &ThreadProcedure, this, 0, &m_threadId);
-    if (m_thread == nullptr || m_stopEvent == nullptr || m_workEvent == nullptr || m_secondWorkEvent == nullptr)
+    m_thread.reset(CreateThread(nullptr, 0, &ThreadProcedure, this, 0, &m_threadId));
+    if (!m_thread || !m_stopEvent || !m_workEvent || !m_secondWorkEvent)
         ThrowCode(ZEL_E_FAIL);
     return 0;
 }
@@ -41,11 +29,11 @@ std::uint32_t CZelThread::Start()
 std::uint32_t CZelThread::Stop(std::uint32_t timeoutMs)
 {
     return ResultOf([&] {
-        if (m_stopEvent != nullptr)
-            SetEvent(m_stopEvent);
-        if (m_thread != nullptr && timeoutMs != 0 && WaitForSingleObject(m_thread, timeoutMs) == WAIT_TIMEOUT)
+        if (m_stopEvent)
+            SetEvent(m_stopEvent.get());
+        if (m_thread && timeoutMs != 0 && WaitForSingleObject(m_thread.get(), timeoutMs) == WAIT_TIMEOUT)
         {
-            TerminateThread(m_thread, 0);
+            TerminateThread(m_thread.get(), 0);
             OnThreadKilled();
         }
         CloseHandles();
@@ -66,26 +54,26 @@ void CZelThread::CreateEvents()
 void CZelThread::CloseHandles()
 {
     const CAutoLock lock(m_handlesLock);
-    Close(m_thread);
-    Close(m_stopEvent);
-    Close(m_workEvent);
-    Close(m_secondWorkEvent);
-    Close(m_handshakeRequest);
-    Close(m_handshakeReply);
+    m_thread.reset();
+    m_stopEvent.reset();
+    m_workEvent.reset();
+    m_secondWorkEvent.reset();
+    m_handshakeRequest.reset();
+    m_handshakeReply.reset();
 }
 
-void CZelThread::Signal(HANDLE& event)
+void CZelThread::Signal(const CHandleOwner& event)
 {
     const CAutoLock lock(m_handlesLock);
-    if (event != nullptr)
-        SetEvent(event);
+    if (event)
+        SetEvent(event.get());
 }
 
 bool CZelThread::Handshake()
 {
-    ResetEvent(m_handshakeReply);
-    SetEvent(m_handshakeRequest);
-    return WaitForSingleObject(m_handshakeReply, kHandshakeMs) == WAIT_OBJECT_0;
+    ResetEvent(m_handshakeReply.get());
+    SetEvent(m_handshakeRequest.get());
+    return WaitForSingleObject(m_handshakeReply.get(), kHandshakeMs) == WAIT_OBJECT_0;
 }
 
 DWORD WINAPI CZelThread::ThreadProcedure(void* argument)
@@ -113,7 +101,7 @@ void CZelThread::RunWithCom()
 
 std::uint32_t CZelThread::Run(std::uint32_t threadId)
 {
-    HANDLE events[] = {m_stopEvent, m_workEvent, m_secondWorkEvent, m_handshakeRequest};
+    HANDLE events[] = {m_stopEvent.get(), m_workEvent.get(), m_secondWorkEvent.get(), m_handshakeRequest.get()};
     HRESULT status = 0;
     while (status >= 0)
     {
@@ -132,19 +120,19 @@ bool CZelThread::DispatchSignal(std::uint32_t index, std::uint32_t threadId)
     switch (index)
     {
     case 1:
-        if (!ResetEvent(m_workEvent))
+        if (!ResetEvent(m_workEvent.get()))
             return false;
         OnWorkSignal(threadId);
         return true;
     case 2:
-        if (!ResetEvent(m_secondWorkEvent))
+        if (!ResetEvent(m_secondWorkEvent.get()))
             return false;
         OnSecondSignal(threadId);
         return true;
     case 3:
-        if (!ResetEvent(m_handshakeRequest))
+        if (!ResetEvent(m_handshakeRequest.get()))
             return false;
-        SetEvent(m_handshakeReply);
+        SetEvent(m_handshakeReply.get());
         return true;
     default:
         return false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/AutoLock.h"
+#include "runtime/SystemHandles.h"
 
 #include <cstdint>
 
@@ -53,9 +54,6 @@ class CZelThread : public CZelThreadTask
     /// What OnThreadStart returned or threw. Known once Handshake was true.
     std::uint32_t GetStartStatus() const { return m_startStatus; }
 
-    /// True on the worker thread itself.
-    bool IsCurrentThread() const { return m_thread != nullptr && m_threadId == GetCurrentThreadId(); }
-
     std::uint32_t OnThreadStart(std::uint32_t threadId) override;
     std::uint32_t OnThreadExit(std::uint32_t threadId) override;
     std::uint32_t Run(std::uint32_t threadId) override;
@@ -86,19 +84,19 @@ class CZelThread : public CZelThreadTask
     static DWORD WINAPI ThreadProcedure(void* argument);
     void CreateEvents();
     void CloseHandles();
-    void Signal(HANDLE& event);
+    void Signal(const CHandleOwner& event);
     bool DispatchSignal(std::uint32_t index, std::uint32_t threadId);
     std::uint32_t Forward(Slot slot, std::uint32_t threadId);
 
-    HANDLE m_workEvent = nullptr;
-    HANDLE m_secondWorkEvent = nullptr;
-    HANDLE m_stopEvent = nullptr;
+    CHandleOwner m_workEvent;
+    CHandleOwner m_secondWorkEvent;
+    CHandleOwner m_stopEvent;
     std::uint32_t m_waitTimeout = INFINITE;
-    HANDLE m_thread = nullptr;
+    CHandleOwner m_thread;
     DWORD m_threadId = 0;
     CZelThreadTask* m_task = nullptr;
-    HANDLE m_handshakeRequest = nullptr;
-    HANDLE m_handshakeReply = nullptr;
+    CHandleOwner m_handshakeRequest;
+    CHandleOwner m_handshakeReply;
     std::uint32_t m_startStatus = 0;
     /// Other threads may signal while the thread is started or stopped; an event must not be closed under them.
     CCriticalSection m_handlesLock;

@@ -1,5 +1,7 @@
 #include "support/FakeLinkService.h"
 
+#include "connection/ByteArray.h"
+
 #include <algorithm>
 #include <ocidl.h>
 #include <olectl.h>
@@ -11,10 +13,8 @@ using Bytes = FakeLinkService::Bytes;
 
 Bytes BytesOf(const VARIANT& variant)
 {
-    if (variant.vt != (VT_ARRAY | VT_UI1) || variant.parray == nullptr)
-        return {};
-    const auto* data = static_cast<const std::uint8_t*>(variant.parray->pvData);
-    return {data, data + variant.parray->rgsabound[0].cElements};
+    const CByteArrayView bytes(&variant);
+    return {bytes.Data(), bytes.Data() + bytes.Size()};
 }
 
 std::string TextOf(BSTR text)
@@ -35,24 +35,6 @@ std::string Join(const std::string& first, Values... values)
     return out;
 }
 
-class BytesVariant
-{
-  public:
-    explicit BytesVariant(const Bytes& bytes)
-    {
-        VariantInit(&m_variant);
-        StoreBytes(m_variant, bytes);
-    }
-    BytesVariant(const BytesVariant&) = delete;
-    BytesVariant& operator=(const BytesVariant&) = delete;
-    ~BytesVariant() { VariantClear(&m_variant); }
-
-    VARIANT* Get() { return &m_variant; }
-
-  private:
-    VARIANT m_variant;
-};
-
 }  // namespace
 
 void StoreBytes(VARIANT& variant, const Bytes& bytes)
@@ -61,6 +43,14 @@ void StoreBytes(VARIANT& variant, const Bytes& bytes)
     variant.vt = VT_ARRAY | VT_UI1;
     variant.parray = SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(bytes.size()));
     std::copy(bytes.begin(), bytes.end(), static_cast<std::uint8_t*>(variant.parray->pvData));
+}
+
+template <typename Entry>
+void FakeLinkService::Record(std::vector<Entry>& list, Entry entry)
+{
+    const std::scoped_lock guard(m_lock);
+    if (m_records)
+        list.push_back(std::move(entry));
 }
 
 /// The service's COM objects.
@@ -195,14 +185,15 @@ class FakeParts
         HRESULT STDMETHODCALLTYPE Send(unsigned char resource, VARIANT* message, VARIANT_BOOL wait, VARIANT expected,
                                        ULONG timeoutMs) override
         {
-            m_service.Record({resource, BytesOf(*message), wait, expected.vt, BytesOf(expected), timeoutMs});
+            m_service.Record(m_service.m_sent,
+                             {resource, BytesOf(*message), wait, expected.vt, BytesOf(expected), timeoutMs});
             const HRESULT result = Take("Send");
             return FAILED(result) ? result : m_service.AnswerTo(resource, *message, wait != VARIANT_FALSE);
         }
 
         HRESULT STDMETHODCALLTYPE SendRaw(VARIANT bytes) override
         {
-            m_service.RecordRaw(BytesOf(bytes));
+            m_service.Record(m_service.m_raw, BytesOf(bytes));
             return Take("SendRaw");
         }
 
@@ -412,20 +403,6 @@ bool FakeLinkService::IsNull(const std::string& step) const
     return m_nulls.count(step) != 0 && !(step == "QueryBroker" && m_offersBroker);
 }
 
-void FakeLinkService::Record(Sent sent)
-{
-    const std::scoped_lock guard(m_lock);
-    if (m_records)
-        m_sent.push_back(std::move(sent));
-}
-
-void FakeLinkService::RecordRaw(Bytes bytes)
-{
-    const std::scoped_lock guard(m_lock);
-    if (m_records)
-        m_raw.push_back(std::move(bytes));
-}
-
 HRESULT FakeLinkService::AnswerTo(std::uint8_t resource, VARIANT& message, bool wait)
 {
     const Bytes bytes = BytesOf(message);
@@ -453,41 +430,33 @@ std::vector<IUnknown*> FakeLinkService::ReferencedSinks(int point) const
     return sinks;
 }
 
-void FakeLinkService::RaiseMessage(std::uint8_t resource, VARIANT* message)
+template <typename Interface, typename Event>
+void FakeLinkService::Raise(int point, Event&& event)
 {
-    for (IUnknown* sink : ReferencedSinks(1))
+    for (IUnknown* sink : ReferencedSinks(point))
     {
-        static_cast<IVorlanServiceEvents*>(sink)->OnMessageReceived(resource, message);
+        event(*static_cast<Interface*>(sink));
         sink->Release();
     }
 }
 
 void FakeLinkService::RaiseMessage(std::uint8_t resource, const Bytes& message)
 {
-    RaiseMessage(resource, BytesVariant(message).Get());
-}
-
-void FakeLinkService::RaiseRawMessage(VARIANT* message)
-{
-    for (IUnknown* sink : ReferencedSinks(2))
-    {
-        static_cast<IVorlanServiceEvents2*>(sink)->OnRawMessageReceived(message);
-        sink->Release();
-    }
+    CByteArrayVariant bytes;
+    StoreBytes(*bytes.Get(), message);
+    Raise<IVorlanServiceEvents>(1, [&](auto& sink) { sink.OnMessageReceived(resource, bytes.Get()); });
 }
 
 void FakeLinkService::RaiseRawMessage(const Bytes& message)
 {
-    RaiseRawMessage(BytesVariant(message).Get());
+    CByteArrayVariant bytes;
+    StoreBytes(*bytes.Get(), message);
+    Raise<IVorlanServiceEvents2>(2, [&](auto& sink) { sink.OnRawMessageReceived(bytes.Get()); });
 }
 
 void FakeLinkService::RaiseConnectionEvent()
 {
-    for (IUnknown* sink : ReferencedSinks(1))
-    {
-        static_cast<IVorlanServiceEvents*>(sink)->OnConnectionEvent();
-        sink->Release();
-    }
+    Raise<IVorlanServiceEvents>(1, [](auto& sink) { sink.OnConnectionEvent(); });
 }
 
 void FakeLinkService::DropSinks()

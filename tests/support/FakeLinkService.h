@@ -75,9 +75,7 @@ class FakeLinkService
     std::vector<Bytes> TakeRaw();
 
     /// Raises an event to every sink, on the calling thread.
-    void RaiseMessage(std::uint8_t resource, VARIANT* message);
     void RaiseMessage(std::uint8_t resource, const Bytes& message);
-    void RaiseRawMessage(VARIANT* message);
     void RaiseRawMessage(const Bytes& message);
     void RaiseConnectionEvent();
 
@@ -93,8 +91,10 @@ class FakeLinkService
 
     HRESULT Take(const std::string& step, const std::string& call = {});
     bool IsNull(const std::string& step) const;
-    void Record(Sent sent);
-    void RecordRaw(Bytes bytes);
+    template <typename Entry>
+    void Record(std::vector<Entry>& list, Entry entry);
+    template <typename Interface, typename Event>
+    void Raise(int point, Event&& event);
     HRESULT AnswerTo(std::uint8_t resource, VARIANT& message, bool wait);
     std::vector<IUnknown*> ReferencedSinks(int point) const;
 

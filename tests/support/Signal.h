@@ -12,6 +12,7 @@ class Signal
     ~Signal() { CloseHandle(m_event); }
 
     void Set() { SetEvent(m_event); }
+    void Reset() { ResetEvent(m_event); }
     bool Wait() const { return WaitForSingleObject(m_event, 60000) == WAIT_OBJECT_0; }
     bool IsSet() const { return WaitForSingleObject(m_event, 0) == WAIT_OBJECT_0; }
 

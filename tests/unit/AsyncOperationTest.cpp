@@ -1,4 +1,5 @@
 #include "runtime/ZelAsyncOperation.h"
+#include "support/NewSpy.h"
 #include "support/Signal.h"
 
 #include <gmock/gmock.h>
@@ -36,26 +37,20 @@ class AsyncOperation : public testing::Test
     /// An item whose event stays visible after the worker has closed it.
     Item* NewItem(int& data)
     {
-        auto* item = new Item{CreateEventW(nullptr, TRUE, FALSE, nullptr), 0, &data};
-        DuplicateHandle(GetCurrentProcess(), item->event, GetCurrentProcess(), &m_watched, 0, FALSE,
+        host::CountBlocks(sizeof(Item));
+        auto* item = new Item{NewManualResetEvent(), 0, &data};
+        DuplicateHandle(GetCurrentProcess(), item->event.get(), GetCurrentProcess(), &m_watched, 0, FALSE,
                         DUPLICATE_SAME_ACCESS);
         return item;
     }
     bool IsSignalled() const { return WaitForSingleObject(m_watched, 0) == WAIT_OBJECT_0; }
 
-    static void Discard(Item* item)
-    {
-        CloseHandle(item->event);
-        delete item;
-    }
-
     /// Runs an item to its end, and thereby everything that was queued before.
     std::uint32_t RunOne(int data)
     {
-        Item item{CreateEventW(nullptr, TRUE, FALSE, nullptr), 0, &data};
+        Item item{NewManualResetEvent(), 0, &data};
         m_worker.Enqueue(&item);
-        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(item.event, 60000));
-        CloseHandle(item.event);
+        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(item.event.get(), 60000));
         return item.result;
     }
 
@@ -76,47 +71,37 @@ TEST_F(AsyncOperation, RunsItemsInOrderAndSkipsNone)
     EXPECT_FALSE(m_worker.Abandon(*first)) << "a finished item is its asker's";
     EXPECT_EQ(10u, first->result);
     EXPECT_THAT(m_worker.executed, ElementsAre(1, 2));
-    Discard(first);
+    delete first;
 }
 
 TEST_F(AsyncOperation, DeletesAnItemAbandonedBeforeItsTurn)
 {
     Item* item = NewItem(m_data);
-    const HANDLE event = item->event;
     EXPECT_TRUE(m_worker.Abandon(*item));
     m_worker.Enqueue(item);
+    EXPECT_EQ(1, host::LiveBlocks());
     m_worker.Start();
     RunOne(2);
     EXPECT_THAT(m_worker.executed, ElementsAre(2));
     EXPECT_FALSE(IsSignalled());
-    DWORD flags = 0;
-    EXPECT_FALSE(GetHandleInformation(event, &flags)) << "the worker closes the event";
+    EXPECT_EQ(0, host::LiveBlocks());
 }
 
 TEST_F(AsyncOperation, DeletesAnItemAbandonedWhileItRuns)
 {
     Item* item = NewItem(m_data);
-    const HANDLE event = item->event;
     bool abandoned = false;
-    bool closed = false;
     m_worker.onExecute = [&](int data) {
-        DWORD flags = 0;
         if (data == 1)
             abandoned = m_worker.Abandon(*item);
-        else
-            closed = !GetHandleInformation(event, &flags);
         return 0u;
     };
     m_worker.Start();
     m_worker.Enqueue(item);
-    int last = 2;
-    Item* second = new Item{CreateEventW(nullptr, TRUE, FALSE, nullptr), 0, &last};
-    m_worker.Enqueue(second);
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(second->event, 60000));
+    RunOne(2);
     EXPECT_TRUE(abandoned);
-    EXPECT_TRUE(closed);
     EXPECT_FALSE(IsSignalled());
-    Discard(second);
+    EXPECT_EQ(0, host::LiveBlocks());
 }
 
 TEST_F(AsyncOperation, LeavesTheAskerOfAThrowingItemWaiting)
@@ -131,7 +116,7 @@ TEST_F(AsyncOperation, LeavesTheAskerOfAThrowingItemWaiting)
     m_worker.Enqueue(item);
     EXPECT_EQ(3u, RunOne(2));
     EXPECT_FALSE(IsSignalled());
-    Discard(item);
+    delete item;
 }
 
 }  // namespace

@@ -15,8 +15,10 @@
 #include "handlers/calendar/CalendarHandler.h"
 #include "handlers/pnd/PNDHandler.h"
 #include "handlers/sms/SMSHandler.h"
+#include "support/Bytes.h"
 #include "support/ComApartment.h"
 #include "support/FakeLinkService.h"
+#include "support/NewSpy.h"
 #include "zelapi/full_access.h"
 #include "zelapi/messaging.h"
 #include "zelapi/storage.h"
@@ -70,24 +72,17 @@ TEST(HandlerRegistry, MakesTheHandlerOfEachResourceOnce)
     EXPECT_EQ(nullptr, registry.FindRawHandler());
 }
 
-TEST(HandlerRegistry, ThrowsForAnUnknownResource)
+TEST(HandlerRegistry, ThrowsForAnUnknownResourceAndWithoutMemory)
 {
     const CSLSrvPtr unconnected;
     CHandlerRegistry registry(unconnected);
-    constexpr std::uint8_t kUnknown[] = {0x00, 0x04, 0x05, 0x10, 0x7F, 0xFE};
-    for (const std::uint8_t resource : kUnknown)
-    {
-        std::uint32_t code = 0;
-        try
-        {
-            registry.GetHandler(resource);
-        }
-        catch (std::uint32_t thrown)
-        {
-            code = thrown;
-        }
-        EXPECT_EQ(1u, code) << unsigned{resource};
-    }
+    const auto get = [&](std::uint8_t resource) {
+        return ResultOf([&] { return registry.GetHandler(resource), ZEL_OK; });
+    };
+    for (const std::uint8_t resource : Bytes{0x00, 0x04, 0x05, 0x10, 0x7F, 0xFE})
+        EXPECT_EQ(ZEL_NOT_HANDLED, get(resource)) << unsigned{resource};
+    host::FailNew(1);
+    EXPECT_EQ(ZEL_E_OUT_OF_MEMORY, get(0x66));
 }
 
 TEST(HandlerRegistry, AsksForTheAccessOnceWithTheRawHandler)

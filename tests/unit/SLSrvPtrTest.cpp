@@ -175,12 +175,12 @@ TEST_F(Pointer, RefusesABadOperation)
         return ResultOf([&] { return pointer.Execute(operation); });
     };
     CSmartPtrOperData operation;
-    EXPECT_EQ(0x80100012, codeOf(nullptr));
-    EXPECT_EQ(0x80100012, codeOf(reinterpret_cast<CSmartPtrOperData*>(std::uintptr_t{1})));
+    EXPECT_EQ(ZEL_E_POINTER, codeOf(nullptr));
+    EXPECT_EQ(ZEL_E_POINTER, codeOf(reinterpret_cast<CSmartPtrOperData*>(std::uintptr_t{1})));
     for (const std::uint32_t kind : {0u, 3u})
     {
         operation.kind = kind;
-        EXPECT_EQ(0x80100013, codeOf(&operation));
+        EXPECT_EQ(ZEL_E_ARGUMENT, codeOf(&operation));
     }
 }
 

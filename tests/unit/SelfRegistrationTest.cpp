@@ -1,3 +1,5 @@
+#include "support/NewSpy.h"
+
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -53,6 +55,14 @@ TEST(SelfRegistration, WritesAndRemovesTheModulePath)
     for (int i = 0; i < 2; ++i)
     {
         EXPECT_EQ(S_OK, DllRegisterServer());
+        EXPECT_EQ(std::string(path, length + 1), Registered());
+    }
+
+    for (const auto entry : {&DllRegisterServer, &DllUnregisterServer})
+    {
+        host::FailNew(1);
+        EXPECT_EQ(S_OK, entry()) << "without memory";
+        EXPECT_FALSE(host::IsNewFailurePending());
         EXPECT_EQ(std::string(path, length + 1), Registered());
     }
 

@@ -2,12 +2,11 @@
 
 #include "support/ConnectionFixture.h"
 #include "support/Memory.h"
+#include "support/NewSpy.h"
 #include "zelapi/time.h"
 
 #include <atomic>
 #include <functional>
-#include <memory>
-#include <optional>
 #include <set>
 
 using testing::ElementsAre;
@@ -25,7 +24,7 @@ class VorlanControl : public ConnectionFixture
 
     void Open()
     {
-        ASSERT_EQ(0u, m_control.OpenById(1));
+        ASSERT_EQ(ZEL_OK, m_control.OpenById(1));
         m_service.TakeCalls();
         m_service.TakeSent();
     }
@@ -49,8 +48,8 @@ class VorlanControl : public ConnectionFixture
 
 TEST_F(VorlanControl, OpensAndClosesStepByStep)
 {
-    EXPECT_EQ(0u, m_control.Initialize());
-    EXPECT_EQ(0u, m_control.OpenById(1));
+    EXPECT_EQ(ZEL_OK, m_control.Initialize());
+    EXPECT_EQ(ZEL_OK, m_control.OpenById(1));
     EXPECT_THAT(m_service.TakeCalls(), ElementsAre("Find 3", "Connect", "OpenById 1 0", "Advise1", "Advise2"));
     std::vector<Sent> queries;
     for (const std::uint8_t resource : kQueried)
@@ -58,40 +57,44 @@ TEST_F(VorlanControl, OpensAndClosesStepByStep)
     EXPECT_EQ(queries, m_service.TakeSent());
     EXPECT_EQ(2u, m_service.AdvisedSinks());
 
-    EXPECT_EQ(0u, m_control.Close());
+    EXPECT_EQ(ZEL_OK, m_control.Close());
     EXPECT_THAT(m_service.TakeCalls(), ElementsAre("Unadvise1 100", "Unadvise2 101"));
-    EXPECT_EQ(0u, m_control.Shutdown());
-    EXPECT_EQ(0u, m_control.Close());
+    EXPECT_EQ(ZEL_OK, m_control.Shutdown());
+    EXPECT_EQ(ZEL_OK, m_control.Close());
     EXPECT_THAT(m_service.TakeCalls(), IsEmpty());
     EXPECT_EQ(0u, m_service.AdvisedSinks());
     EXPECT_EQ(0, m_service.LiveObjects());
 }
 
-TEST_F(VorlanControl, OpensAgainAfterAClose)
+TEST_F(VorlanControl, OpensTheDeviceByIdOrBySerialNumberAndMedium)
 {
-    Open();
-    m_control.Close();
-    Open();
-    m_control.RegisterCallback(16, &Recorder::Callback<1>);
-    RaiseEvent(4);
-    EXPECT_TRUE(m_recorder.WaitFor(1));
-}
-
-TEST_F(VorlanControl, MapsDeviceIds)
-{
+    const auto id = [](std::uint32_t number) {
+        return [=](CVorlanControl& control) { return control.OpenById(number); };
+    };
+    const auto serial = [](const OLECHAR* text, std::uint32_t medium) {
+        return [=](CVorlanControl& control) { return control.OpenBySerialNumber(text, medium); };
+    };
     const struct
     {
-        std::uint32_t id;
-        bool selectsRange;
-        const char* direct;
-        const char* brokered;
+        std::function<std::uint32_t(CVorlanControl&)> open;
+        std::string direct;
+        std::string brokered;
+        bool selectsRange = false;
     } cases[] = {
-        {0, false, "OpenById 0 0", "Brokered.OpenById 0 0"},
-        {0x0FFFFFFF, false, "OpenById 268435455 0", "Brokered.OpenById 65535 0"},
-        {0x10000000, true, "OpenById 0 0", "Brokered.OpenById 0 0"},
-        {0x10000001, true, "OpenById 1 0", "Brokered.OpenById 1 0"},
-        {0x80012345, true, "OpenById 74565 0", "Brokered.OpenById 9029 0"},
-        {0xFFFFFFFF, true, "OpenById 268435455 0", "Brokered.OpenById 65535 0"},
+        {id(0), "OpenById 0 0", "OpenById 0 0"},
+        {id(0x0FFFFFFF), "OpenById 268435455 0", "OpenById 65535 0"},
+        {id(0x10000000), "OpenById 0 0", "OpenById 0 0", true},
+        {id(0x10000001), "OpenById 1 0", "OpenById 1 0", true},
+        {id(0x80012345), "OpenById 74565 0", "OpenById 9029 0", true},
+        {id(0xFFFFFFFF), "OpenById 268435455 0", "OpenById 65535 0", true},
+        {serial(L"350", ZEL_MEDIUM_1), "OpenBySerialNumber \"350\" 0 257 0 0", {}},
+        {serial(L"350", ZEL_MEDIUM_2), "OpenBySerialNumber \"350\" 0 1 0 0", {}},
+        {serial(L"350", ZEL_MEDIUM_4), "OpenBySerialNumber \"350\" 1 1 0 0", {}},
+        {serial(L"350", ZEL_MEDIUM_8), "OpenBySerialNumber \"350\" 2 1 0 0", {}},
+        {serial(L"350", ZEL_MEDIUM_16), "OpenBySerialNumber \"350\" 3 1 0 0", {}},
+        {serial(L"350", 0), "OpenBySerialNumber \"350\" 0 1 0 0", {}},
+        {serial(L"", 0xFFFFFFFF), "OpenBySerialNumber \"\" 0 1 0 0", {}},
+        {serial(nullptr, 3), "OpenBySerialNumber null 0 1 0 0", {}},
     };
     m_service.Returns("SelectRange", kFailure);  // Its result does not count.
     for (const bool broker : {false, true})
@@ -105,12 +108,12 @@ TEST_F(VorlanControl, MapsDeviceIds)
                 calls.push_back("SelectRange 268435456");
             if (broker)
                 calls.push_back("GetDevice 3 device");
-            calls.push_back(broker ? one.brokered : one.direct);
+            calls.push_back(broker ? "Brokered." + (one.brokered.empty() ? one.direct : one.brokered) : one.direct);
             CVorlanControl control;
-            EXPECT_EQ(0u, control.OpenById(one.id));
+            EXPECT_EQ(ZEL_OK, one.open(control));
             auto made = m_service.TakeCalls();
             made.resize(calls.size());
-            EXPECT_EQ(calls, made) << one.id;
+            EXPECT_EQ(calls, made);
             control.Close();
             m_service.TakeCalls();
         }
@@ -118,49 +121,38 @@ TEST_F(VorlanControl, MapsDeviceIds)
     EXPECT_EQ(0, m_service.LiveObjects());
 }
 
-TEST_F(VorlanControl, OpensBySerialNumberAndMedium)
-{
-    const struct
-    {
-        const OLECHAR* serial;
-        std::uint32_t medium;
-        const char* call;
-    } cases[] = {
-        {L"350", 1, "OpenBySerialNumber \"350\" 0 257 0 0"},  {L"350", 2, "OpenBySerialNumber \"350\" 0 1 0 0"},
-        {L"350", 4, "OpenBySerialNumber \"350\" 1 1 0 0"},    {L"350", 8, "OpenBySerialNumber \"350\" 2 1 0 0"},
-        {L"350", 16, "OpenBySerialNumber \"350\" 3 1 0 0"},   {L"350", 0, "OpenBySerialNumber \"350\" 0 1 0 0"},
-        {L"", 0xFFFFFFFF, "OpenBySerialNumber \"\" 0 1 0 0"}, {nullptr, 3, "OpenBySerialNumber null 0 1 0 0"},
-    };
-    for (const bool broker : {false, true})
-    {
-        if (broker)
-            m_service.OffersBroker();
-        for (const auto& one : cases)
-        {
-            m_service.TakeCalls();
-            CVorlanControl control;
-            EXPECT_EQ(0u, control.OpenBySerialNumber(one.serial, one.medium));
-            const auto calls = m_service.TakeCalls();
-            ASSERT_LT(3u, calls.size());
-            EXPECT_EQ((broker ? "Brokered." : "") + std::string(one.call), calls[broker ? 3 : 2]);
-            control.Close();
-        }
-    }
-}
-
 TEST_F(VorlanControl, ReportsAFailedOpenAndLeavesNothingBehind)
 {
+    enum How : std::uint8_t
+    {
+        kFails,
+        kGivesNull,
+    };
     const struct
     {
         const char* step;
-        bool null;
-        bool broker;
+        How how = kFails;
+        bool broker = false;
+        bool matters = true;
     } cases[] = {
-        {"CreateLocator", false, false}, {"Find", false, false},         {"QueryDevice", false, false},
-        {"QueryBroker", false, false},   {"Connect", false, false},      {"QueryService", false, false},
-        {"Open", false, false},          {"Open", false, true},          {"GetDevice", false, true},
-        {"GetDevice", true, true},       {"QueryBrokered", false, true}, {"QueryContainer", false, false},
-        {"FindPoint2", false, false},    {"FindPoint2", true, false},    {"Advise2", false, false},
+        {"CreateLocator"},
+        {"Find"},
+        {"QueryDevice"},
+        {"QueryBroker"},
+        {"Connect"},
+        {"QueryService"},
+        {"Open"},
+        {"Open", kFails, true},
+        {"GetDevice", kFails, true},
+        {"GetDevice", kGivesNull, true},
+        {"QueryBrokered", kFails, true},
+        {"QueryContainer"},
+        {"FindPoint2"},
+        {"FindPoint2", kGivesNull},
+        {"Advise2"},
+        // Without the first events a connection is still good for requests.
+        {"FindPoint1", kFails, false, false},
+        {"Advise1", kFails, false, false},
     };
     for (const auto& one : cases)
     {
@@ -171,30 +163,20 @@ TEST_F(VorlanControl, ReportsAFailedOpenAndLeavesNothingBehind)
         for (const char* step : {"OpenById", "OpenBySerialNumber"})
         {
             const std::string failing = std::string(one.step) == "Open" ? step : one.step;
-            if (one.null)
+            if (one.how == kGivesNull)
                 m_service.GivesNull(failing);
             else
                 m_service.Returns(failing, kFailure);
         }
+        const auto failure = static_cast<std::uint32_t>(one.how == kGivesNull ? E_NOINTERFACE : kFailure);
         CVorlanControl control;
-        EXPECT_EQ(0x80100010, control.OpenById(1));
-        EXPECT_EQ(0, m_service.LiveObjects());
-        EXPECT_EQ(static_cast<std::uint32_t>(one.null ? E_NOINTERFACE : kFailure), control.OpenBySerialNumber(L"1", 2));
+        EXPECT_EQ(one.matters ? ZEL_E_FAIL : ZEL_OK, control.OpenById(1));
+        EXPECT_EQ(one.matters ? 0u : 1u, m_service.AdvisedSinks());
+        control.Close();
+        EXPECT_EQ(one.matters ? failure : ZEL_OK, control.OpenBySerialNumber(L"1", 2));
+        control.Close();
         EXPECT_EQ(0, m_service.LiveObjects());
         EXPECT_EQ(0u, m_service.AdvisedSinks());
-    }
-}
-
-TEST_F(VorlanControl, OpensWithoutTheFirstEvents)
-{
-    for (const char* step : {"FindPoint1", "Advise1"})
-    {
-        m_service.Reset();
-        m_service.Returns(step, kFailure);
-        CVorlanControl control;
-        EXPECT_EQ(0u, control.OpenById(1)) << step;
-        EXPECT_EQ(1u, m_service.AdvisedSinks());
-        control.Close();
     }
 }
 
@@ -209,34 +191,12 @@ TEST_F(VorlanControl, CloseReportsTheLastUnadviseAndGoesOn)
     {
         m_service.Reset();
         CVorlanControl control;
-        ASSERT_EQ(0u, control.OpenById(1));
+        ASSERT_EQ(ZEL_OK, control.OpenById(1));
         m_service.Returns(one.step, kFailure);
         EXPECT_EQ(one.result, control.Close()) << one.step;
         CMessage message = Message(25, 1);
         EXPECT_THROW(control.Send(message, 0), std::uint32_t) << "the service is gone all the same";
         m_service.DropSinks();
-    }
-}
-
-TEST_F(VorlanControl, OpensSendsAndClosesInAnyApartment)
-{
-    m_service.Answer(0x19, 1, Bytes{2});
-    for (const int apartment : {-1, int{COINIT_MULTITHREADED}, int{COINIT_APARTMENTTHREADED}})
-    {
-        SCOPED_TRACE(apartment);
-        std::thread([&] {
-            std::optional<ComApartment> entered;
-            if (apartment >= 0)
-                entered.emplace(static_cast<DWORD>(apartment));
-            CVorlanControl control;
-            EXPECT_EQ(0u, control.OpenById(1));
-            CMessage message = Message(0x19, 1);
-            EXPECT_EQ(0u, control.Send(message, 1));
-            EXPECT_EQ(2, message.GetMessageId());
-            EXPECT_EQ(0u, control.Close());
-        }).join();
-        EXPECT_EQ(0, m_service.LiveObjects());
-        EXPECT_EQ(0u, m_service.AdvisedSinks());
     }
 }
 
@@ -264,7 +224,7 @@ TEST_F(VorlanControl, KeepsTheVersionsThatThePhoneAnswers)
         StoreBytes(message, {0xF0, 1, 1, 1});
         return S_FALSE;
     });
-    ASSERT_EQ(0u, m_control.OpenById(1));
+    ASSERT_EQ(ZEL_OK, m_control.OpenById(1));
     for (const auto& one : cases)
     {
         SCOPED_TRACE(unsigned{one.resource});
@@ -273,14 +233,14 @@ TEST_F(VorlanControl, KeepsTheVersionsThatThePhoneAnswers)
         EXPECT_EQ(one.version, version);
         std::uint8_t major = 0xEE;
         std::uint8_t minor = 0xEE;
-        EXPECT_EQ(one.result == 0 ? 0 : 0x80100010, m_control.GetServiceVersion(one.resource, major, minor));
+        EXPECT_EQ(one.result == 0 ? 0 : ZEL_E_FAIL, m_control.GetServiceVersion(one.resource, major, minor));
         EXPECT_EQ(one.result == 0 ? one.version : 0xEEEE, static_cast<std::uint32_t>(major << 8 | minor));
     }
     std::uint32_t version = 0;
-    EXPECT_EQ(3u, m_control.QuerySupport(0x301, version)) << "a result above 0 is no answer";
+    EXPECT_EQ(ZEL_NOT_SUPPORTED, m_control.QuerySupport(0x301, version)) << "a result above 0 is no answer";
 
     m_control.Close();
-    EXPECT_EQ(3u, m_control.QuerySupport(57 << 8, version));
+    EXPECT_EQ(ZEL_NOT_SUPPORTED, m_control.QuerySupport(57 << 8, version));
 }
 
 TEST_F(VorlanControl, ReadsTheTimeServiceWhereItIsNewEnough)
@@ -295,11 +255,11 @@ TEST_F(VorlanControl, ReadsTheTimeServiceWhereItIsNewEnough)
         if (major != 0)
             m_service.AnswerVersion(0x19, major, 0);
         CVorlanControl control;
-        ASSERT_EQ(0u, control.OpenById(1));
+        ASSERT_EQ(ZEL_OK, control.OpenById(1));
         const auto sent = m_service.TakeSent();
         std::uint16_t first = 9;
         std::uint16_t second = 9;
-        EXPECT_EQ(0u, control.GetTimeServiceParameters(first, second));
+        EXPECT_EQ(ZEL_OK, control.GetTimeServiceParameters(first, second));
         if (major == 16)
         {
             EXPECT_EQ(12u, sent.size());
@@ -336,7 +296,7 @@ TEST_F(VorlanControl, SendsIdBodyAndExpectedReplies)
     for (const auto& one : cases)
     {
         CMessage message = one.message;
-        EXPECT_EQ(0u, m_control.Send(message, one.timeoutMs));
+        EXPECT_EQ(ZEL_OK, m_control.Send(message, one.timeoutMs));
         EXPECT_THAT(m_service.TakeSent(), ElementsAre(one.sent));
     }
 }
@@ -344,68 +304,39 @@ TEST_F(VorlanControl, SendsIdBodyAndExpectedReplies)
 TEST_F(VorlanControl, AReplyReplacesTheMessage)
 {
     Open();
+    const auto with = [](const Bytes& bytes, HRESULT result) {
+        return [=](VARIANT& v) { return StoreBytes(v, bytes), result; };
+    };
+    const auto nullArray = [](VARIANT& v) {
+        VariantClear(&v);
+        v.vt = VT_ARRAY | VT_UI1;
+        v.parray = nullptr;
+        return S_OK;
+    };
     const struct
     {
         const char* name;
-        std::function<HRESULT(VARIANT&)> answer;
+        FakeLinkService::Answerer answer;
         std::uint32_t timeoutMs;
-        std::uint32_t result;
+        HRESULT result;
         std::uint8_t id;
         Bytes body;
     } cases[] = {
-        {"id and body",
-         [](VARIANT& v) {
-             return StoreBytes(v, {2, 3, 4}), S_OK;
-         },
-         1,
-         0,
-         2,
-         {3, 4}},
-        {"id only", [](VARIANT& v) { return StoreBytes(v, {2}), S_OK; }, 1, 0, 2, {}},
-        {"no bytes", [](VARIANT& v) { return StoreBytes(v, {}), S_OK; }, 1, 0, 0, {}},
-        {"no array", [](VARIANT& v) { return VariantClear(&v); }, 1, 0, 0, {}},
-        {"null array",
-         [](VARIANT& v) {
-             VariantClear(&v);
-             v.vt = VT_ARRAY | VT_UI1;
-             v.parray = nullptr;
-             return S_OK;
-         },
-         1,
-         0,
-         0,
-         {}},
-        {"another success",
-         [](VARIANT& v) {
-             return StoreBytes(v, {2, 3}), S_FALSE;
-         },
-         1,
-         1,
-         2,
-         {3}},
-        {"failure",
-         [](VARIANT& v) {
-             return StoreBytes(v, {2, 3}), kFailure;
-         },
-         1,
-         0x80040123,
-         1,
-         {8, 9}},
-        {"no wait",
-         [](VARIANT& v) {
-             return StoreBytes(v, {2, 3}), S_OK;
-         },
-         0,
-         0,
-         1,
-         {8, 9}},
+        {"id and body", with({2, 3, 4}, S_OK), 1, S_OK, 2, {3, 4}},
+        {"id only", with({2}, S_OK), 1, S_OK, 2, {}},
+        {"no bytes", with({}, S_OK), 1, S_OK, 0, {}},
+        {"no array", [](VARIANT& v) { return VariantClear(&v); }, 1, S_OK, 0, {}},
+        {"null array", nullArray, 1, S_OK, 0, {}},
+        {"another success", with({2, 3}, S_FALSE), 1, S_FALSE, 2, {3}},
+        {"failure", with({2, 3}, kFailure), 1, kFailure, 1, {8, 9}},
+        {"no wait", with({2, 3}, S_OK), 0, S_OK, 1, {8, 9}},
     };
     for (const auto& one : cases)
     {
         SCOPED_TRACE(one.name);
         m_service.Answer(7, 1, one.answer);
         CMessage message = Message(7, 1, {8, 9});
-        EXPECT_EQ(one.result, m_control.Send(message, one.timeoutMs));
+        EXPECT_EQ(static_cast<std::uint32_t>(one.result), m_control.Send(message, one.timeoutMs));
         EXPECT_EQ(7, message.GetResource());
         EXPECT_EQ(one.id, message.GetMessageId());
         EXPECT_TRUE(SameBytes(one.body, BodyOf(message)));
@@ -417,11 +348,11 @@ TEST_F(VorlanControl, SendsRawBytes)
 {
     Open();
     const std::uint8_t bytes[] = {1, 2, 3};
-    EXPECT_EQ(0u, m_control.SendRaw(3, bytes));
-    EXPECT_EQ(0u, m_control.SendRaw(0, nullptr));
+    EXPECT_EQ(ZEL_OK, m_control.SendRaw(3, bytes));
+    EXPECT_EQ(ZEL_OK, m_control.SendRaw(0, nullptr));
     EXPECT_THAT(m_service.TakeRaw(), ElementsAre(Bytes{1, 2, 3}, Bytes{}));
     m_service.Returns("SendRaw", kFailure);
-    EXPECT_EQ(0x80040123, m_control.SendRaw(1, bytes));
+    EXPECT_EQ(static_cast<std::uint32_t>(kFailure), m_control.SendRaw(1, bytes));
 }
 
 TEST_F(VorlanControl, HasNoServiceBeforeTheOpenAndAfterTheClose)
@@ -434,30 +365,10 @@ TEST_F(VorlanControl, HasNoServiceBeforeTheOpenAndAfterTheClose)
             m_control.Close();
         }
         CMessage message = Message(7, 1);
-        EXPECT_EQ(0x80200001, ResultOf([&] { return m_control.Send(message, 1); }));
-        EXPECT_EQ(0x80200001, ResultOf([&] { return m_control.SendRaw(0, nullptr); }));
-        EXPECT_EQ(0x80200001, ResultOf([&] { return m_control.Subscribe(16, 0x6601); }));
+        EXPECT_EQ(ZEL_E_NO_SERVICE, ResultOf([&] { return m_control.Send(message, 1); }));
+        EXPECT_EQ(ZEL_E_NO_SERVICE, ResultOf([&] { return m_control.SendRaw(0, nullptr); }));
+        EXPECT_EQ(ZEL_E_NO_SERVICE, ResultOf([&] { return m_control.Subscribe(ZEL_REGISTER, 0x6601); }));
     }
-}
-
-TEST_F(VorlanControl, GivesEachOfSeveralThreadsItsOwnReply)
-{
-    Open();
-    m_service.Answer(7, 1, [](VARIANT&) { return S_OK; });  // Sends the request back.
-    std::atomic<int> wrong = 0;
-    std::vector<std::thread> threads;
-    for (std::uint8_t thread = 0; thread < 4; ++thread)
-        threads.emplace_back([&, thread] {
-            for (std::uint8_t i = 0; i < 100; ++i)
-            {
-                CMessage message = Message(7, 1, {thread, i});
-                if (m_control.Send(message, 1000) != 0 || BodyOf(message) != Bytes{thread, i})
-                    ++wrong;
-            }
-        });
-    for (auto& thread : threads)
-        thread.join();
-    EXPECT_EQ(0, wrong);
 }
 
 TEST_F(VorlanControl, SubscribesToServices)
@@ -476,14 +387,14 @@ TEST_F(VorlanControl, SubscribesToServices)
     };
     for (const auto& one : cases)
     {
-        EXPECT_EQ(0u, m_control.Subscribe(one.action, one.id));
+        EXPECT_EQ(ZEL_OK, m_control.Subscribe(one.action, one.id));
         EXPECT_THAT(m_service.TakeSent(), ElementsAre(Sent{0x10, one.bytes, 0, VT_EMPTY, {}, 0}));
     }
     for (const std::uint32_t action : {0u, 7u, 48u})
-        EXPECT_EQ(0x80100013, m_control.Subscribe(action, 0x6601));
+        EXPECT_EQ(ZEL_E_ARGUMENT, m_control.Subscribe(action, 0x6601));
     EXPECT_THAT(m_service.TakeSent(), IsEmpty());
     m_service.Returns("Send", kFailure);
-    EXPECT_EQ(0x80040123, m_control.Subscribe(16, 0x6601));
+    EXPECT_EQ(static_cast<std::uint32_t>(kFailure), m_control.Subscribe(ZEL_REGISTER, 0x6601));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -495,13 +406,13 @@ class Indications : public VorlanControl
     Indications()
     {
         Open();
-        m_control.RegisterCallback(16, &Recorder::Callback<1>);
+        m_control.RegisterCallback(ZEL_REGISTER, &Recorder::Callback<1>);
     }
 
     void MakeRawHandler()
     {
         AccessRecord record;
-        EXPECT_EQ(0u, m_control.SendRequest(ZEL_FULL_ACCESS_QUERY, &record));
+        EXPECT_EQ(ZEL_OK, m_control.SendRequest(ZEL_FULL_ACCESS_QUERY, &record));
     }
 
     /// What arrived before an event that is raised now.
@@ -521,7 +432,7 @@ class Indications : public VorlanControl
 TEST_F(Indications, ArriveInOrderOnOneThread)
 {
     RecordingTarget target(m_recorder, "target");
-    m_control.RegisterInterface(16, &target);
+    m_control.RegisterInterface(ZEL_REGISTER, &target);
     std::set<DWORD> threads;
     m_recorder.onDelivery = [&](const std::string&, void*) { threads.insert(GetCurrentThreadId()); };
     OnThread([&] {
@@ -604,13 +515,18 @@ void __stdcall Count(std::uint32_t, std::uint32_t, void*)
         throw std::uint32_t{1};
 }
 
+/// A short message, whose record holds blocks and texts.
+Bytes ShortMessage()
+{
+    return {1, 0,   0, 5,    0, 1,                                   // location 5, a message follows
+            0, 24,  1, 2,    3, 1,    2,    3, 4, 5, 6, 7, 0, 0, 0,  // kind 0: header bytes, block
+            1, 130, 8, 0x91, 2, 0x21, 0x43, 0, 0};                   // an address
+}
+
 TEST_F(Indications, FreeTheirRecordAfterTheDelivery)
 {
-    const Bytes shortMessage = {1, 0,   0, 5,    0, 1,  // location 5, a message follows
-                                0, 24,  1, 2,    3, 1,    2,    3, 4, 5, 6, 7, 0, 0, 0,  // kind 0: header bytes, block
-                                1, 130, 8, 0x91, 2, 0x21, 0x43, 0, 0};                   // an address
-    m_control.RegisterCallback(32, &Recorder::Callback<1>);
-    m_control.RegisterCallback(16, &Count);
+    m_control.RegisterCallback(ZEL_UNREGISTER, &Recorder::Callback<1>);
+    m_control.RegisterCallback(ZEL_REGISTER, &Count);
     for (const bool throws : {false, true})
     {
         const CLeakCheck leaks;
@@ -619,12 +535,32 @@ TEST_F(Indications, FreeTheirRecordAfterTheDelivery)
         for (int i = 0; i < 3; ++i)
         {
             RaiseEvent(1);
-            m_service.RaiseMessage(0x02, Indication(4, shortMessage));
+            m_service.RaiseMessage(0x02, Indication(4, ShortMessage()));
         }
         EXPECT_TRUE(Eventually([] { return g_delivered == 6; }));
         m_control.Stop(60000);
         m_control.Start();
     }
+}
+
+TEST_F(Indications, LeaveNothingWhenThereIsNoMemoryForThem)
+{
+    m_control.RegisterCallback(ZEL_UNREGISTER, &Recorder::Callback<1>);
+    VARIANT message;
+    VariantInit(&message);
+    StoreBytes(message, Indication(4, ShortMessage()));
+    const std::size_t before = host::LiveAllocations();
+    unsigned failing = 0;
+    for (bool failed = true; failed; failing += failed ? 1 : 0)
+    {
+        host::FailNew(failing + 1);
+        m_control.OnMessageReceived(0x02, &message);
+        failed = !host::IsNewFailurePending();
+        host::FailNew(0);
+        EXPECT_TRUE(Eventually([&] { return host::LiveAllocations() == before; })) << "allocation " << failing + 1;
+    }
+    EXPECT_LT(2u, failing);
+    VariantClear(&message);
 }
 
 TEST_F(Indications, ACallbackMaySendAndSubscribe)
@@ -634,8 +570,8 @@ TEST_F(Indications, ACallbackMaySendAndSubscribe)
     m_recorder.onDelivery = [&](const std::string&, void*) {
         TimeRecord record;
         results.push_back(m_control.SendRequest(ZEL_TIME_READ, &record));
-        results.push_back(m_control.Subscribe(16, ZEL_MESSAGING_EVENT));
-        results.push_back(m_control.RegisterCallback(32, &Recorder::Callback<1>));
+        results.push_back(m_control.Subscribe(ZEL_REGISTER, ZEL_MESSAGING_EVENT));
+        results.push_back(m_control.RegisterCallback(ZEL_UNREGISTER, &Recorder::Callback<1>));
         m_recorder.Append("done");
     };
     RaiseEvent(1);
@@ -671,54 +607,51 @@ TEST_F(Indications, CloseWaitsForARunningDelivery)
     EXPECT_EQ(entries, m_recorder.Entries()) << "nothing arrives after the close";
 }
 
-TEST_F(Indications, NothingIsDeliveredOnceTheSinksAreUnadvised)
+TEST_F(VorlanControl, ClosesWhenNoEventIsInsideAndKeepsItsServiceUntilThen)
 {
-    m_control.Close();
-    RaiseEvent(1);
-    m_service.RaiseConnectionEvent();
-    EXPECT_THAT(m_recorder.Entries(), IsEmpty());
-}
-
-TEST_F(VorlanControl, IsNotDestroyedUnderARunningEvent)
-{
-    auto control = std::make_unique<CVorlanControl>();
-    ASSERT_EQ(0u, control->OpenById(1));
-    control->RegisterCallback(16, &Recorder::Callback<1>);
+    Open();
+    m_control.RegisterCallback(ZEL_REGISTER, &Recorder::Callback<1>);
     Signal entered;
     Signal release;
     m_recorder.onDelivery = [&](const std::string&, void*) {
         entered.Set();
         release.Wait();
-        m_recorder.Append("delivered");
+        m_recorder.Append(m_service.LiveObjects() != 0 ? "delivered" : "delivered without a service");
     };
     std::thread event = OnThread([&] { m_service.RaiseConnectionEvent(); });
     ASSERT_TRUE(entered.Wait());
-    std::thread destroyer = OnThread([&] {
-        control->Close();
-        control.reset();
-        m_recorder.Append("destroyed");
+    std::thread closer = OnThread([&] {
+        m_control.Close();
+        m_recorder.Append("closed");
     });
-    Sleep(50);
+    EXPECT_TRUE(Eventually([&] { return m_service.AdvisedSinks() == 0; }));
+    Sleep(20);
     release.Set();
     event.join();
-    destroyer.join();
-    EXPECT_THAT(m_recorder.Entries(), ElementsAre("callback1 1 0 null", "delivered", "destroyed"));
+    closer.join();
+    EXPECT_THAT(m_recorder.Entries(), ElementsAre("callback1 1 0 null", "delivered", "closed"));
 }
 
-TEST_F(VorlanControl, OutlivesTheLastReferenceToItsSinks)
+TEST_F(VorlanControl, AnswersQuestionsWhileItEnds)
 {
-    auto control = std::make_unique<CVorlanControl>();
-    IVorlanServiceEvents& sink = *control;
-    sink.AddRef();
-    std::thread destroyer = OnThread([&] {
-        control.reset();
-        m_recorder.Append("destroyed");
+    m_service.AnswerVersion(0x19, 16, 0);
+    std::atomic<bool> over = false;
+    std::thread asker = OnThread([&] {
+        std::uint32_t version = 0;
+        while (!over)
+        {
+            m_control.QuerySupport(ZEL_TIME_READ, version);
+            CMessage message = Message(7, 1);
+            ResultOf([&] { return m_control.Send(message, 0); });
+        }
     });
-    Sleep(50);
-    m_recorder.Append("released");
-    EXPECT_EQ(0u, sink.Release());
-    destroyer.join();
-    EXPECT_THAT(m_recorder.Entries(), ElementsAre("released", "destroyed"));
+    for (int i = 0; i < 10; ++i)
+    {
+        EXPECT_EQ(ZEL_OK, m_control.OpenById(1));
+        m_control.Close();
+    }
+    over = true;
+    asker.join();
 }
 
 TEST_F(VorlanControl, EachSinkAnswersForItsOwnInterface)

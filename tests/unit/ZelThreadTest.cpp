@@ -2,6 +2,7 @@
 
 #include "message/ExceptionFrame.h"
 #include "support/ComApartment.h"
+#include "support/Memory.h"
 #include "support/Signal.h"
 
 #include <gmock/gmock.h>
@@ -105,7 +106,6 @@ TEST_F(ZelThread, DispatchesEachSignalOnItsOwnThread)
     EXPECT_TRUE(Eventually([&] { return m_log.Entries().size() == 2; }));
     m_probe.SignalWork();
     EXPECT_TRUE(Eventually([&] { return m_log.Entries().size() == 3; }));
-    EXPECT_FALSE(m_probe.IsCurrentThread());
     EXPECT_EQ(0u, m_probe.Stop(60000));
     EXPECT_THAT(m_log.Entries(), ElementsAre("start", "second", "work", "exit"));
 }
@@ -131,8 +131,10 @@ TEST_F(ZelThread, KeepsTheStartStatusAndRunsOn)
         std::uint32_t status;
     } cases[] = {
         {[] { return 7u; }, 7},
-        {[]() -> std::uint32_t { throw std::uint32_t{0x80100002}; }, 0x80100002},
-        {[]() -> std::uint32_t { throw 1.5; }, 0x80100010},
+        {[]() -> std::uint32_t { throw std::uint32_t{ZEL_E_CREATE}; }, ZEL_E_CREATE},
+        {[]() -> std::uint32_t { throw CAtlException(E_OUTOFMEMORY); }, kNoMemory},
+        {[]() -> std::uint32_t { throw std::bad_alloc(); }, ZEL_E_FAIL},
+        {[]() -> std::uint32_t { throw 1.5; }, ZEL_E_FAIL},
     };
     for (const auto& one : cases)
     {

@@ -5,7 +5,6 @@
 #include "handlers/base/Owners.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace
 {
@@ -96,6 +95,6 @@ void CNewCall::UpdateCallers() const
     {
         m_callers[i].p0 = m_elements[i].p0;
         if (numbers[i])
-            SysFreeString(std::exchange(m_callers[i].value.text, numbers[i].release()));
+            Replace(m_callers[i].value.text, numbers[i].release());
     }
 }

@@ -457,7 +457,7 @@ TEST_F(PNDHandler, ReadsStores)
         {kStore14Reply, 2, item + Bytes(16)},
         {EntryHead(1) + Bytes{27, 0, 0, 16, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, 1, Bytes(16)},  // another id
         {EntryHead(1) + Bytes{26, 0, 0, 4}, 1, Bytes(16)},                                          // unreadable
-        {EntryHead(0), 0, {}},
+        {EntryHead(0) + Bytes{26, 0, 0, 16, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, 0, {}},
     };
     for (const auto& [reply, count, items] : cases)
     {

@@ -175,9 +175,7 @@ void ReadGroupText(CMsgBase& block, BSTR& text)
     if (length == 0)
         return;
     // A phone may send the same text twice; the later one stays.
-    BSTR read = block.ReadString(length / 2u);
-    SysFreeString(text);
-    text = read;
+    Replace(text, block.ReadString(length / 2u));
 }
 
 void ReadGroup(CMsgBase& payload, PndField& field)

@@ -7,7 +7,6 @@ class CAtlException
 {
   public:
     explicit CAtlException(HRESULT result) : m_hr(result) {}
-    operator HRESULT() const { return m_hr; }
 
     HRESULT m_hr;
 };

@@ -14,12 +14,14 @@ std::uint16_t Word(const std::uint8_t* bytes)
     return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
 }
 
-BSTR AllocateText(UINT units)
+using Text = std::unique_ptr<OLECHAR, decltype(&SysFreeString)>;
+
+/// Throws CAtlException if there is no `text`.
+Text Owned(BSTR text)
 {
-    BSTR text = SysAllocStringLen(nullptr, units);
     if (text == nullptr)
         throw CAtlException(E_OUTOFMEMORY);
-    return text;
+    return Text(text, &SysFreeString);
 }
 
 }  // namespace
@@ -39,20 +41,21 @@ std::uint8_t* CMsgBase::Grow(std::size_t count)
 
 void CMsgBase::AppendByte(std::uint8_t value)
 {
+    if (m_body.capacity() == 0)
+        m_body.reserve(kUsualSize);
     m_body.push_back(value);
 }
 
 void CMsgBase::AppendWord(std::uint16_t value)
 {
-    const std::uint8_t bytes[] = {static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
-    AppendBytes(sizeof bytes, bytes);
+    AppendByte(static_cast<std::uint8_t>(value >> 8));
+    AppendByte(static_cast<std::uint8_t>(value));
 }
 
 void CMsgBase::AppendDword(std::uint32_t value)
 {
-    const std::uint8_t bytes[] = {static_cast<std::uint8_t>(value >> 24), static_cast<std::uint8_t>(value >> 16),
-                                  static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
-    AppendBytes(sizeof bytes, bytes);
+    AppendWord(static_cast<std::uint16_t>(value >> 16));
+    AppendWord(static_cast<std::uint16_t>(value));
 }
 
 void CMsgBase::AppendBytes(std::size_t count, const void* bytes)
@@ -76,9 +79,7 @@ void CMsgBase::AppendString(const OLECHAR* text, bool terminate)
 {
     if (text == nullptr)
         return;
-    const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> copy(SysAllocString(text), &SysFreeString);
-    if (!copy)
-        throw CAtlException(E_OUTOFMEMORY);
+    const Text copy = Owned(SysAllocString(text));
     AppendUnits(copy.get(), SysStringLen(copy.get()), terminate);
 }
 
@@ -110,7 +111,11 @@ void CMsgBase::Take(std::uint8_t* target, std::uint32_t count)
 
 void CMsgBase::TakeFrom(CMsgBase& source, std::uint32_t count)
 {
-    source.Take(Grow(count), count);
+    const std::size_t end = m_body.size() + count;
+    const std::uint32_t present = std::min(count, source.Available());
+    AppendBytes(present, source.Cursor());
+    source.m_position += present;
+    m_body.resize(end);
 }
 
 std::uint8_t CMsgBase::ReadByte()
@@ -147,15 +152,13 @@ std::uint8_t* CMsgBase::ReadBytes(std::uint32_t count)
 
 BSTR CMsgBase::ReadString(std::uint32_t count)
 {
-    BSTR text = AllocateText(count);
-    const auto whole = std::min(count, Available() / 2);
-    const std::uint8_t* bytes = Cursor();
-    for (std::uint32_t i = 0; i < whole; ++i)
-        text[i] = static_cast<OLECHAR>(Word(bytes + 2 * std::size_t{i}));
-    m_position += 2 * whole;
+    BSTR text = Owned(SysAllocStringLen(nullptr, count)).release();
     // An odd last byte is the high half of a unit.
-    for (std::uint32_t i = whole; i < count; ++i)
-        text[i] = static_cast<OLECHAR>(ReadWord());
+    const std::uint32_t present = std::min(count, Available() / 2 + Available() % 2);
+    auto* const bytes = reinterpret_cast<std::uint8_t*>(text);
+    Take(bytes, 2 * count);
+    for (std::size_t i = 0; i < present; ++i)
+        text[i] = static_cast<OLECHAR>(Word(bytes + 2 * i));
     return text;
 }
 
@@ -166,15 +169,11 @@ BSTR CMsgBase::ReadUtf8String(std::uint32_t count)
     const auto end = std::find(scratch.begin(), scratch.end(), std::uint8_t{0});
     const auto limit = static_cast<std::uint32_t>(end - scratch.begin()) + 1;
 
-    BSTR text = AllocateText(2 * limit);
-    std::fill_n(text, 2 * std::size_t{limit}, OLECHAR{0});
-    if (MultiByteToWideChar(CP_UTF8, 0, reinterpret_cast<const char*>(scratch.data()), static_cast<int>(count), text,
-                            static_cast<int>(limit)) == 0)
-    {
-        SysFreeString(text);
-        return nullptr;
-    }
-    return text;
+    Text text = Owned(SysAllocStringLen(nullptr, 2 * limit));
+    std::fill_n(text.get(), 2 * std::size_t{limit}, OLECHAR{0});
+    const int units = MultiByteToWideChar(CP_UTF8, 0, reinterpret_cast<const char*>(scratch.data()),
+                                          static_cast<int>(count), text.get(), static_cast<int>(limit));
+    return units == 0 ? nullptr : text.release();
 }
 
 void CMsgBase::ZeroAtPosition()

@@ -14,7 +14,7 @@
 class CMsgBase
 {
   public:
-    CMsgBase() { m_body.reserve(kUsualSize); }
+    CMsgBase() = default;
     CMsgBase(const CMsgBase&) = default;
     CMsgBase(CMsgBase&&) = default;
     CMsgBase& operator=(const CMsgBase&) = default;
@@ -76,7 +76,8 @@ class CMsgBase
     void TakeFrom(CMsgBase& source, std::uint32_t count);
 
   private:
-    /// Room for most bodies, so that they are not moved while they grow.
+    /// Room for most bodies that are built value by value, so that they are not moved while they grow. One that is
+    /// appended at once takes exactly its size, so that a sanitizer sees a read behind its end.
     static constexpr std::size_t kUsualSize = 32;
 
     /// Where the cursor stands in the body; its end if the cursor is beyond it.

@@ -1,10 +1,12 @@
 #include "fuzz/FuzzChecks.h"
 #include "handlers/base/Owners.h"
 #include "message/SubBlock.h"
+#include "support/FailingNew.h"
+#include "support/RecordShapes.h"
 
 #include <algorithm>
 #include <host_control.h>
-#include <optional>
+#include <new>
 #include <vector>
 
 // The input: the number of operations, two bytes for each (what, argument), and the body that they read.
@@ -13,38 +15,6 @@ namespace
 {
 
 using Bytes = std::vector<std::uint8_t>;
-
-/// What reading promises, byte by byte: past the end, or before the start as a signed number, 0 and no advance.
-class CModel
-{
-  public:
-    CModel(const std::uint8_t* body, std::size_t size) : m_body(body, body + size) {}
-
-    std::uint8_t Byte()
-    {
-        if (static_cast<std::int32_t>(m_position) < 0 || m_position >= m_body.size())
-            return 0;
-        return m_body[m_position++];
-    }
-    std::uint16_t Word()
-    {
-        const std::uint8_t high = Byte();
-        return static_cast<std::uint16_t>(high << 8 | Byte());
-    }
-    std::uint32_t Dword()
-    {
-        const std::uint32_t high = Word();
-        return high << 16 | Word();
-    }
-    void Zero()
-    {
-        if (static_cast<std::int32_t>(m_position) >= 0 && m_position < m_body.size())
-            m_body[m_position] = 0;
-    }
-
-    Bytes m_body;
-    std::uint32_t m_position = 0;
-};
 
 struct Format
 {
@@ -69,31 +39,48 @@ Bytes BodyOf(const CMsgBase& message)
     return Bytes(message.GetData(), message.GetData() + message.GetSize());
 }
 
-void ReadBlock(CMsgBase& message, CModel& model, std::uint8_t count)
+/// The next `count` bytes, zeros behind the end.
+Bytes Peek(const CMsgBase& message, std::uint32_t count)
 {
+    const std::uint32_t start = message.GetPosition();
+    Bytes bytes(count);
+    if (start < message.GetSize())
+        std::copy_n(message.GetData() + start, std::min(count, message.GetSize() - start), bytes.begin());
+    return bytes;
+}
+
+std::uint32_t NumberOf(const Bytes& bytes)
+{
+    std::uint32_t number = 0;
+    for (const std::uint8_t byte : bytes)
+        number = number << 8 | byte;
+    return number;
+}
+
+void ReadBlock(CMsgBase& message, std::uint8_t count)
+{
+    const Bytes expected = Peek(message, count);
     const CTaskMemOwner<std::uint8_t> block(message.ReadBytes(count));
     Require((block == nullptr) == (count == 0), "no block for no bytes");
-    for (std::uint8_t i = 0; i < count; ++i)
-        Require(block.get()[i] == model.Byte(), "ReadBytes reads bytes");
+    Require(std::equal(expected.begin(), expected.end(), block.get()), "ReadBytes reads bytes");
 }
 
-void ReadText(CMsgBase& message, CModel& model, std::uint8_t count)
+void ReadText(CMsgBase& message, std::uint8_t count)
 {
+    const Bytes expected = Peek(message, 2u * count);
     const CBStrOwner text(message.ReadString(count));
     Require(SysStringLen(text.get()) == count, "ReadString has the units it was asked for");
-    for (std::uint8_t i = 0; i < count; ++i)
-        Require(text.get()[i] == model.Word(), "ReadString reads words");
-    TouchText(text.get());
+    for (std::size_t i = 0; i < count; ++i)
+        Require(text.get()[i] == (expected[2 * i] << 8 | expected[2 * i + 1]), "ReadString reads words");
+    Require(text.get()[count] == 0, "a text has a terminator");
 }
 
-void ReadUtf8(CMsgBase& message, CModel& model, std::uint8_t count)
+void ReadUtf8(CMsgBase& message, std::uint8_t count)
 {
-    Bytes bytes(count);
-    std::generate(bytes.begin(), bytes.end(), [&] { return model.Byte(); });
-    const auto length = static_cast<UINT>(std::find(bytes.begin(), bytes.end(), std::uint8_t{0}) - bytes.begin());
+    const Bytes bytes = Peek(message, count);
+    const auto length = static_cast<UINT>(std::ranges::find(bytes, std::uint8_t{0}) - bytes.begin());
     const CBStrOwner text(message.ReadUtf8String(count));
     Require(text == nullptr || SysStringLen(text.get()) == 2 * (length + 1), "a UTF-8 text has two units a byte");
-    TouchText(text.get());
 }
 
 /// What was read, written and read again is the same.
@@ -115,53 +102,74 @@ void WriteAgain(CSubBlock& block, const Format& format)
     Require(std::equal(payload.begin(), payload.end(), read.begin()), "a payload survives");
 }
 
-void ReadSubBlock(CMsgBase& message, CModel& model, std::uint8_t number)
+void ReadSubBlock(CMsgBase& message, std::uint8_t number)
 {
     const Format& format = kFormats[number % std::size(kFormats)];
     CSubBlock block = NewBlock(format);
-    if (block.ReadFrom(&message))
-    {
-        Touch(block.GetData(), block.GetSize());
-        Require(block.GetPosition() == 0 && block.GetSize() != 0, "a readable sub-block has a payload");
-        WriteAgain(block, format);
-    }
-    model.m_position = message.GetPosition();
+    if (!block.ReadFrom(&message))
+        return;
+    Require(block.GetPosition() == 0 && block.GetSize() != 0, "a readable sub-block has a payload");
+    WriteAgain(block, format);
 }
 
-void Run(CMsgBase& message, CModel& model, std::uint8_t operation, std::uint8_t argument)
+/// Runs one of the readers; how many bytes it takes where there are enough.
+std::uint32_t Read(CMsgBase& message, std::uint8_t reader, std::uint8_t argument)
 {
-    switch (operation % 11)
+    switch (reader)
     {
     case 0:
-        return Require(message.ReadByte() == model.Byte(), "ReadByte");
+        Require(NumberOf(Peek(message, 1)) == message.ReadByte(), "ReadByte");
+        return 1;
     case 1:
-        return Require(message.ReadWord() == model.Word(), "ReadWord");
+        Require(NumberOf(Peek(message, 2)) == message.ReadWord(), "ReadWord");
+        return 2;
     case 2:
-        return Require(message.ReadDword() == model.Dword(), "ReadDword");
+        Require(NumberOf(Peek(message, 4)) == message.ReadDword(), "ReadDword");
+        return 4;
     case 3:
-        return ReadBlock(message, model, argument);
+        ReadBlock(message, argument);
+        return argument;
     case 4:
-        return ReadText(message, model, argument);
-    case 5:
-        return ReadUtf8(message, model, argument);
-    case 6:
-        return ReadSubBlock(message, model, argument);
-    case 7:
-        message.Skip(argument);
-        model.m_position += argument;
-        return;
-    case 8:
-        // From the body's start, from before it, and from far beyond it.
-        message.SetPosition(static_cast<std::uint32_t>(static_cast<std::int8_t>(argument)) ^
-                            (argument % 3 == 0 ? 0x40000000u : 0u));
-        model.m_position = message.GetPosition();
-        return;
-    case 9:
-        message.ZeroAtPosition();
-        return model.Zero();
+        ReadText(message, argument);
+        return 2u * argument;
     default:
-        // The argument-th allocation from here fails.
+        ReadUtf8(message, argument);
+        return argument;
+    }
+}
+
+void Run(CMsgBase& message, std::uint8_t operation, std::uint8_t argument)
+{
+    constexpr std::uint8_t kReaders = 6;
+    const std::uint32_t start = message.GetPosition();
+    const std::uint32_t left = start < message.GetSize() ? message.GetSize() - start : 0;
+    switch (const int what = operation % (kReaders + 6); what)
+    {
+    case kReaders:
+        return ReadSubBlock(message, argument);
+    case kReaders + 1:
+        return message.Skip(argument);
+    case kReaders + 2:
+        // From the body's start, from before it, and from far beyond it.
+        return message.SetPosition(static_cast<std::uint32_t>(static_cast<std::int8_t>(argument)) ^
+                                   (argument % 3 == 0 ? 0x40000000u : 0u));
+    case kReaders + 3: {
+        Bytes expected = BodyOf(message);
+        if (left != 0)
+            expected[start] = 0;
+        message.ZeroAtPosition();
+        return Require(BodyOf(message) == expected, "one byte becomes 0");
+    }
+    case kReaders + 4:
         return host::FailAllocation(argument % 4);
+    case kReaders + 5:
+        return host::FailNew(argument % 16);
+    default: {
+        const Bytes before = BodyOf(message);
+        const std::uint32_t size = Read(message, static_cast<std::uint8_t>(what), argument);
+        Require(message.GetPosition() == start + std::min(size, left), "a reader stops at the end");
+        return Require(BodyOf(message) == before, "reading leaves the body alone");
+    }
     }
 }
 
@@ -169,31 +177,29 @@ void Run(CMsgBase& message, CModel& model, std::uint8_t operation, std::uint8_t 
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    if (size == 0 || size < 1 + 2 * std::size_t{data[0]})
-        return 0;
-    const std::size_t operations = data[0];
-    const std::uint8_t* body = data + 1 + 2 * operations;
-    const auto bodySize = static_cast<std::size_t>(data + size - body);
-
-    // A new body takes exactly its size on the heap.
-    CMsgBase message;
-    message.AppendBytes(bodySize, body);
-    CModel model(body, bodySize);
+    CByteSource input = {data, size};
+    const std::size_t operations = input.Byte();
+    CByteSource steps = {input.next, std::min(input.left, 2 * operations)};
     const std::size_t before = host::LiveAllocations();
     try
     {
-        for (std::size_t i = 0; i < operations; ++i)
+        CMsgBase message;
+        message.AppendBytes(input.left - steps.left, input.next + steps.left);
+        while (steps.left != 0)
         {
-            Run(message, model, data[1 + 2 * i], data[2 + 2 * i]);
-            Require(message.GetPosition() == model.m_position, "the cursor is where it should be");
+            const std::uint8_t operation = steps.Byte();
+            Run(message, operation, steps.Byte());
         }
     }
     catch (const CAtlException& failure)
     {
         Require(failure.m_hr == E_OUTOFMEMORY, "only memory can be missing");
     }
+    catch (const std::bad_alloc&)
+    {
+    }
+    host::FailNew(0);
     host::FailAllocation(0);
-    Require(BodyOf(message) == model.m_body, "reading leaves the body alone");
     Require(host::LiveAllocations() == before, "every allocation is freed once");
     return 0;
 }

@@ -8,6 +8,12 @@ namespace
 
 thread_local unsigned g_countdown = 0;
 
+void* Allocate(std::size_t size)
+{
+    const bool mustFail = g_countdown != 0 && --g_countdown == 0;
+    return mustFail ? nullptr : std::malloc(size != 0 ? size : 1);
+}
+
 }  // namespace
 
 void host::FailNew(unsigned n)
@@ -20,15 +26,19 @@ bool host::IsNewFailurePending()
     return g_countdown != 0;
 }
 
-// The other forms of new and delete come down to these.
+// The forms for arrays are left as they are: what is tested allocates with containers.
 
 void* operator new(std::size_t size)
 {
-    const bool mustFail = g_countdown != 0 && --g_countdown == 0;
-    void* const block = mustFail ? nullptr : std::malloc(size != 0 ? size : 1);
+    void* const block = Allocate(size);
     if (block == nullptr)
         throw std::bad_alloc();
     return block;
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return Allocate(size);
 }
 
 void operator delete(void* block) noexcept
@@ -37,6 +47,11 @@ void operator delete(void* block) noexcept
 }
 
 void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+void operator delete(void* block, const std::nothrow_t&) noexcept
 {
     std::free(block);
 }

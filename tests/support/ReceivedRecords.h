@@ -1,12 +1,11 @@
 #pragma once
 
-#include "fuzz/FuzzChecks.h"
 #include "zelapi/provisioning.h"
 #include "zelapi/radio.h"
 
 #include <cstddef>
 
-// Read and free what a request has filled in, and empty the record.
+// Free what a request has filled in, and empty the record.
 
 inline void FreeReceived(ProvisioningList& list)
 {
@@ -15,13 +14,13 @@ inline void FreeReceived(ProvisioningList& list)
         const ProvisioningSet& set = list.sets[i];
         if (set.access != nullptr)
         {
-            TakeBlock(set.access->block_a, set.access->length_a);
-            TakeBlock(set.access->block_c, set.access->length_c);
-            TakeText(set.name->name);
+            CoTaskMemFree(set.access->block_a);
+            CoTaskMemFree(set.access->block_c);
+            SysFreeString(set.name->name);
         }
         CoTaskMemFree(set.access);
         CoTaskMemFree(set.name);
-        TakeBlock(set.content, set.content_size);
+        CoTaskMemFree(set.content);
     }
     CoTaskMemFree(list.sets);
     list = {};
@@ -31,8 +30,8 @@ inline void FreeReceived(RadioList& list)
 {
     for (std::size_t i = 0; i < list.count; ++i)
     {
-        TakeText(list.items[i].name);
-        TakeBlock(list.items[i].data, list.items[i].data_length);
+        SysFreeString(list.items[i].name);
+        CoTaskMemFree(list.items[i].data);
     }
     CoTaskMemFree(list.items);
     list = {};

@@ -90,6 +90,7 @@ class CReader
         if (!IsReadable(pointer) || !Holds(link, record) || !IsFollowed(link.way, pointer))
             return;
         std::memset(m_contents.bytes.data() + at, 0, sizeof pointer);
+        m_contents.hasNew |= link.way != Link::kSwapped && !m_given.Contains(pointer);
         if (link.kind == Link::kText)
             ReadText(static_cast<BSTR>(pointer));
         else

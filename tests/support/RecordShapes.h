@@ -33,7 +33,6 @@ struct Link
     {
         kGiven,     ///< The caller's, and stays so.
         kReceived,  ///< The library stores it for the caller.
-        kReplaced,  ///< The caller's, which the library may leave alone and store something else.
         kSwapped,   ///< The caller's; the library frees it when it stores something else.
     };
 
@@ -46,7 +45,8 @@ struct Link
     bool (*holds)(const void* record);
 };
 
-/// A record or an element; its links by their offset, and at one offset what is received before what is given.
+/// A record or an element; its links by their offset. Where the library stores something in the place of what is given,
+/// there are two, the received one first.
 struct Shape
 {
     std::size_t size;
@@ -101,6 +101,8 @@ struct RecordContents
     std::vector<std::uint8_t> bytes;
     /// What the library has stored.
     CAllocations received;
+    /// True if some of it was not there before, in another form.
+    bool hasNew = false;
     /// What the record says and does not hold; null if there is no such thing.
     const char* broken = nullptr;
 };

@@ -183,21 +183,23 @@ constexpr Link kPndFieldLinks[] = {
 };
 template <Way kWay>
 constexpr Shape kPndField = Of<PndField>(kPndFieldLinks<kWay>);
-template <Way kWay>
-constexpr Link kPndEntryLinks[] = {Block(kWay, AT(PndEntry, fields), COUNT(PndEntry, field_count), kPndField<kWay>)};
-template <Way kWay>
-constexpr Shape kPndEntry = Of<PndEntry>(kPndEntryLinks<kWay>);
-constexpr Link kPndReadLinks[] = {Inline(AT(PndReadRecord, entry), kPndEntry<Link::kReplaced>)};
-constexpr Link kPndRead16Links[] = {Inline(AT(PndReadStore16Record, entry), kPndEntry<kReceived>)};
+constexpr Link kPndEntryLinks[] = {
+    Block(kReceived, AT(PndEntry, fields), COUNT(PndEntry, field_count), kPndField<kReceived>),
+    // Looking for a text takes the first field, whatever the count is.
+    Block(kGiven, AT(PndEntry, fields), Fixed(1), kPndField<kGiven>),
+};
+constexpr Shape kPndEntry = Of<PndEntry>(kPndEntryLinks);
+constexpr Link kPndReadLinks[] = {Inline(AT(PndReadRecord, entry), kPndEntry)};
+constexpr Link kPndRead16Links[] = {Inline(AT(PndReadStore16Record, entry), kPndEntry)};
 constexpr Link kPndWriteLinks[] = {
     Block(kGiven, AT(PndWriteRecord, fields), COUNT(PndWriteRecord, field_count), kPndField<kGiven>)};
 constexpr Link kPndItemLinks[] = {Text(kReceived, AT(PndItem, text))};
 constexpr Shape kPndItem = Of<PndItem>(kPndItemLinks);
 constexpr Link kPndListLinks[] = {Block(kReceived, AT(PndListRecord, items), COUNT(PndListRecord, count), kPndItem)};
 constexpr Shape kStore14Item = Of<PndStore14Item>();
-template <Way kWay>
-constexpr Link kStore14Links[] = {
-    Block(kWay, AT(PndStore14Record, items), COUNT(PndStore14Record, count), kStore14Item)};
+constexpr Link kReadStore14Links[] = {
+    Block(kReceived, AT(PndStore14Record, items), COUNT(PndStore14Record, count), kStore14Item)};
+constexpr Link kWriteStore14Links[] = {Block(kGiven, AT(PndStore14Record, items), Fixed(1), kStore14Item)};
 
 // ---- Storage
 
@@ -361,8 +363,8 @@ const RecordShape kTable[] = {
     Request(ZEL_PND_COMMAND_28, Of<PndCommand28Record>()),
     Request(ZEL_PND_COMMAND_15, Of<PndCommand15Record>()),
     Request(ZEL_PND_LIST, Of<PndListRecord>(kPndListLinks)),
-    Request(ZEL_PND_READ_STORE_14, Of<PndStore14Record>(kStore14Links<kReceived>)),
-    Request(ZEL_PND_WRITE_STORE_14, Of<PndStore14Record>(kStore14Links<kGiven>)),
+    Request(ZEL_PND_READ_STORE_14, Of<PndStore14Record>(kReadStore14Links)),
+    Request(ZEL_PND_WRITE_STORE_14, Of<PndStore14Record>(kWriteStore14Links)),
     Request(ZEL_PND_READ_STORE_16, Of<PndReadStore16Record>(kPndRead16Links)),
     Request(ZEL_PND_WRITE_STORE_16, Of<PndWriteRecord>(kPndWriteLinks)),
     Request(ZEL_PND_STORE_STATE, Of<PndStoreStateRecord>()),

@@ -121,6 +121,7 @@ void Survives(CContentHandler& handler, const FakeSender& phone, std::uint32_t m
         const std::uint32_t result = fault.Meet([&] { return handler.EncodeRequest(sender, messageId, copy.Get()); });
         RecordContents contents = copy.Read();
         EXPECT_TRUE(result != ZEL_OK || contents.broken == nullptr) << contents.broken;
+        EXPECT_TRUE(result == ZEL_OK || !contents.hasNew) << "a request that fails stores nothing";
         return {result, std::move(contents.bytes), sender.Requests().size() - phone.Requests().size()};
     };
     CheckFaults(play, replies, allowed);

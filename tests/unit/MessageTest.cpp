@@ -5,35 +5,34 @@
 namespace
 {
 
-TEST(Message, StartsEmpty)
+Bytes RepliesOf(const CMessage& message)
 {
-    const CMessage message;
-    EXPECT_EQ(message.GetResource(), 0);
-    EXPECT_EQ(message.GetMessageId(), 0);
-    EXPECT_EQ(message.GetSize(), 0u);
-    EXPECT_TRUE(message.GetExpectedReplies().IsEmpty());
+    Bytes replies;
+    message.GetExpectedReplies().ForEach([&](std::uint8_t id) { replies.push_back(id); });
+    return replies;
 }
 
 TEST(Message, ClearForgetsAllButTheExpectedReplies)
 {
     CMessage message;
+    EXPECT_EQ(RepliesOf(message), Bytes());
     message.SetResource(0x14);
     message.SetMessageId(0x22);
-    message.AddExpectedReply(0x23);
-    message.AddExpectedReply(0x21);
-    message.AddExpectedReply(0x23);
+    for (const std::uint8_t id : Bytes{0xFF, 0x23, 0x00, 0x23})
+        message.AddExpectedReply(id);
     message.AppendWord(0x0102);
     message.Skip(1);
 
     static_cast<CMsgBase&>(message).Clear();
 
-    EXPECT_EQ(message.GetResource(), 0);
-    EXPECT_EQ(message.GetMessageId(), 0);
-    EXPECT_EQ(message.GetSize(), 0u);
-    EXPECT_EQ(message.GetPosition(), 0u);
-    Bytes replies;
-    message.GetExpectedReplies().ForEach([&](std::uint8_t id) { replies.push_back(id); });
-    EXPECT_TRUE(SameBytes({0x21, 0x23}, replies));
+    for (const CMessage& empty : {message, CMessage()})
+    {
+        EXPECT_EQ(empty.GetResource(), 0);
+        EXPECT_EQ(empty.GetMessageId(), 0);
+        EXPECT_EQ(empty.GetSize(), 0u);
+        EXPECT_EQ(empty.GetPosition(), 0u);
+    }
+    EXPECT_TRUE(SameBytes({0x00, 0x23, 0xFF}, RepliesOf(message)));
 }
 
 }  // namespace

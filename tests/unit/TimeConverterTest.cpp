@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <string>
 #include <tuple>
 
 bool operator==(const SYSTEMTIME& a, const SYSTEMTIME& b)
@@ -257,8 +259,62 @@ TEST(TimeConverter, ConversionsNeedTheirPointers)
     }
 }
 
-// The zone of the process can be chosen in native builds only.
-#ifndef _WIN32
+/// The same moment, for the comparison of fields that matter.
+SYSTEMTIME WithoutWeekday(SYSTEMTIME time)
+{
+    time.wDayOfWeek = 0;
+    return time;
+}
+
+void ExpectBothWays(const SYSTEMTIME& local, const SYSTEMTIME& utc, const ZoneInformation& expected)
+{
+    SYSTEMTIME time = Time(1999, 1, 1, 1);
+    ZoneInformation info = {};
+    EXPECT_EQ(Converter().LocalToUtc(&local, &time, &info), ZEL_OK);
+    EXPECT_EQ(WithoutWeekday(time), utc);
+    EXPECT_EQ(info, expected);
+
+    time = Time(1999, 1, 1, 1);
+    info = {};
+    EXPECT_EQ(Converter().UtcToLocal(&utc, &time, &info), ZEL_OK);
+    EXPECT_EQ(WithoutWeekday(time), local);
+    EXPECT_EQ(info, expected);
+}
+
+#ifdef _WIN32
+
+// A process has the zone that TZ names at its start, so the test is run once for each.
+TEST(SystemZone, ConvertsByTheRulesOfWindows)
+{
+    struct Case
+    {
+        std::string zone;
+        SYSTEMTIME local;
+        SYSTEMTIME utc;
+        ZoneInformation info;
+    };
+    const Case cases[] = {
+        {"Europe/Berlin", Time(2026, 1, 15, 12), Time(2026, 1, 15, 11), {1, 60, 0}},
+        {"Europe/Berlin", Time(2026, 7, 1, 12, 30), Time(2026, 7, 1, 10, 30), {2, 60, 60}},
+        {"Europe/Berlin", {}, {}, {0, 60, 0}},
+        {"Australia/Sydney", Time(2026, 7, 1, 12), Time(2026, 7, 1, 2), {1, 600, 0}},
+        {"Australia/Sydney", Time(2026, 1, 15, 12), Time(2026, 1, 15, 1), {1, 600, 0}},
+        {"Australia/Sydney", {}, {}, {0, 600, 0}},
+    };
+    const char* const zone = std::getenv("TZ");
+    std::size_t played = 0;
+    for (const Case& c : cases)
+        if (zone != nullptr && c.zone == zone)
+        {
+            SCOPED_TRACE(testing::PrintToString(c.local));
+            ExpectBothWays(c.local, c.utc, c.info);
+            ++played;
+        }
+    if (played == 0)
+        GTEST_SKIP() << "TZ names no zone of this test";
+}
+
+#else
 
 class SystemZone : public testing::Test
 {
@@ -266,13 +322,6 @@ class SystemZone : public testing::Test
     SystemZone() = default;
     ~SystemZone() override { host::SetTimeZone({}); }
 };
-
-/// The same moment, for the comparison of fields that matter.
-SYSTEMTIME WithoutWeekday(SYSTEMTIME time)
-{
-    time.wDayOfWeek = 0;
-    return time;
-}
 
 TEST_F(SystemZone, ConvertsByItsRules)
 {
@@ -290,6 +339,13 @@ TEST_F(SystemZone, ConvertsByItsRules)
     const TIME_ZONE_INFORMATION noRules = Zone(-330, {}, {});
     const Case cases[] = {
         {"no rules", noRules, Time(2006, 7, 1, 12), Time(2006, 7, 1, 12), {0, 330, 0}},
+        {"no date, without rules", noRules, {}, {}, {0, 330, 0}},
+        {"no date", CentralEurope(), {}, {}, {0, 60, 0}},
+        {"a daylight date only",
+         Zone(-60, {}, Rule(3, kLast, kSunday, 2)),
+         Time(2006, 7, 1, 12),
+         Time(2006, 7, 1, 12),
+         {0, 60, 0}},
         {"winter", CentralEurope(), Time(2006, 1, 1, 12, 30, 7), Time(2006, 1, 1, 11, 30, 7), {1, 60, 0}},
         {"summer", CentralEurope(), Time(2006, 7, 1, 12), Time(2006, 7, 1, 10), {2, 60, 60}},
         {"standard time with an extra offset",
@@ -310,16 +366,7 @@ TEST_F(SystemZone, ConvertsByItsRules)
     {
         SCOPED_TRACE(c.what);
         host::SetTimeZone(c.zone);
-        SYSTEMTIME time = {};
-        ZoneInformation info = {};
-        EXPECT_EQ(Converter().LocalToUtc(&c.local, &time, &info), ZEL_OK);
-        EXPECT_EQ(WithoutWeekday(time), c.utc);
-        EXPECT_EQ(info, c.info);
-
-        info = {};
-        EXPECT_EQ(Converter().UtcToLocal(&c.utc, &time, &info), ZEL_OK);
-        EXPECT_EQ(WithoutWeekday(time), c.local);
-        EXPECT_EQ(info, c.info);
+        ExpectBothWays(c.local, c.utc, c.info);
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include "message/ExceptionFrame.h"
 
+#include <cstring>
+
 namespace
 {
 
@@ -41,22 +43,29 @@ bool GetZone(TIME_ZONE_INFORMATION& zone)
     return GetTimeZoneInformation(&zone) != TIME_ZONE_ID_INVALID;
 }
 
-std::int32_t ExtraOffset(const TIME_ZONE_INFORMATION& zone, std::uint32_t state)
+/// A phone's field for a date that was never set.
+bool IsNoDate(const SYSTEMTIME& time)
 {
-    if (state == CTimeConverter::kStandard && zone.StandardDate.wMonth != 0)
-        return static_cast<std::int32_t>(-zone.StandardBias);
-    if (state == CTimeConverter::kDaylight && zone.DaylightDate.wMonth != 0)
-        return static_cast<std::int32_t>(-zone.DaylightBias);
-    return 0;
+    const SYSTEMTIME none = {};
+    return std::memcmp(&time, &none, sizeof none) == 0;
 }
 
-/// Fills `info` for a known state. False for any other.
-bool Describe(const TIME_ZONE_INFORMATION& zone, std::uint32_t state, ZoneInformation& info)
+std::int32_t ExtraOffset(const TIME_ZONE_INFORMATION& zone, std::uint32_t state)
 {
-    if (state > CTimeConverter::kDaylight)
-        return false;
-    info = {static_cast<std::int32_t>(state), static_cast<std::int32_t>(-zone.Bias), ExtraOffset(zone, state)};
-    return true;
+    switch (state)
+    {
+    case CTimeConverter::kStandard:
+        return static_cast<std::int32_t>(-zone.StandardBias);
+    case CTimeConverter::kDaylight:
+        return static_cast<std::int32_t>(-zone.DaylightBias);
+    default:
+        return 0;
+    }
+}
+
+ZoneInformation Describe(const TIME_ZONE_INFORMATION& zone, std::uint32_t state)
+{
+    return {static_cast<std::int32_t>(state), static_cast<std::int32_t>(-zone.Bias), ExtraOffset(zone, state)};
 }
 
 }  // namespace
@@ -150,9 +159,8 @@ std::uint32_t CTimeConverter::LocalToUtc(const SYSTEMTIME* local, SYSTEMTIME* ut
         return ZEL_E_TIME_ZONE;
 
     const SYSTEMTIME from = *local;
-    const std::uint32_t state = GetZoneState(&zone, &from);
-    if (!Describe(zone, state, *info))
-        return ZEL_E_TIME_ZONE;
+    const std::uint32_t state = IsNoDate(from) ? std::uint32_t{kNoDaylightRules} : GetZoneState(&zone, &from);
+    *info = Describe(zone, state);
     if (state == kNoDaylightRules)
     {
         *utc = from;
@@ -175,11 +183,16 @@ std::uint32_t CTimeConverter::UtcToLocal(const SYSTEMTIME* utc, SYSTEMTIME* loca
         return ZEL_E_TIME_ZONE;
 
     const SYSTEMTIME from = *utc;
+    if (IsNoDate(from))
+    {
+        *local = from;
+        *info = Describe(zone, kNoDaylightRules);
+        return ZEL_OK;
+    }
     if (!SystemTimeToTzSpecificLocalTime(&zone, &from, local))
         return ZEL_E_FAIL;
     const std::uint32_t state = GetZoneState(&zone, local);
-    if (!Describe(zone, state, *info))
-        return ZEL_E_TIME_ZONE;
+    *info = Describe(zone, state);
     if (state == kNoDaylightRules)
         *local = from;
     return ZEL_OK;

@@ -26,7 +26,8 @@ class CTimeConverter
         kDaylight = 2,
     };
 
-    /// In a zone without daylight rules the time is handed on unchanged, in both directions.
+    /// In a zone without daylight rules the time is handed on unchanged, in both directions; so is one of zeros in any
+    /// zone, which stands for no date.
     std::uint32_t LocalToUtc(const SYSTEMTIME* local, SYSTEMTIME* utc, ZoneInformation* zone) const;
     std::uint32_t UtcToLocal(const SYSTEMTIME* utc, SYSTEMTIME* local, ZoneInformation* zone) const;
 

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <host_control.h>
 #include <oleauto.h>
-#include <set>
 #include <string>
 
 namespace
@@ -16,7 +15,6 @@ constexpr std::size_t kPrefix = 8;
 
 std::size_t g_live = 0;
 unsigned g_failCountdown = 0;
-std::set<std::uintptr_t> g_unreadable;
 
 bool MustFail()
 {
@@ -61,20 +59,9 @@ bool host::IsFailurePending()
     return g_failCountdown != 0;
 }
 
-void host::MarkUnreadable(const void* pointer)
-{
-    g_unreadable.insert(reinterpret_cast<std::uintptr_t>(pointer));
-}
-
-void host::ClearUnreadable()
-{
-    g_unreadable.clear();
-}
-
 BOOL IsBadCodePtr(FARPROC pointer)
 {
-    const auto address = reinterpret_cast<std::uintptr_t>(pointer);
-    return address < kFirstReadable || g_unreadable.count(address) != 0 ? TRUE : FALSE;
+    return reinterpret_cast<std::uintptr_t>(pointer) < kFirstReadable ? TRUE : FALSE;
 }
 
 BSTR SysAllocStringByteLen(const char* bytes, UINT length)
@@ -126,18 +113,6 @@ UINT SysStringLen(BSTR text)
 void* CoTaskMemAlloc(SIZE_T size)
 {
     return Allocate(size);
-}
-
-void* CoTaskMemRealloc(void* block, SIZE_T size)
-{
-    if (block == nullptr)
-        return CoTaskMemAlloc(size);
-    if (size == 0)
-    {
-        CoTaskMemFree(block);
-        return nullptr;
-    }
-    return MustFail() ? nullptr : std::realloc(block, size);
 }
 
 void CoTaskMemFree(void* block)

@@ -69,16 +69,11 @@ void AppendUtf16(std::u16string& text, char32_t character)
     text.push_back(static_cast<char16_t>(0xDC00 + ((character - 0x10000) & 0x3FF)));
 }
 
-std::optional<std::u16string> ToUtf16(std::string_view text, bool strict)
+std::u16string ToUtf16(std::string_view text)
 {
     std::u16string units;
     while (!text.empty())
-    {
-        const auto character = TakeCharacter(text);
-        if (!character && strict)
-            return std::nullopt;
-        AppendUtf16(units, character.value_or(kReplacement));
-    }
+        AppendUtf16(units, TakeCharacter(text).value_or(kReplacement));
     return units;
 }
 
@@ -164,13 +159,11 @@ bool AreArguments(UINT codePage, const SourceChar* source, int sourceLength, con
 
 }  // namespace
 
-int MultiByteToWideChar(UINT codePage, DWORD flags, const char* source, int sourceLength, WCHAR* target,
-                        int targetLength)
+int MultiByteToWideChar(UINT codePage, DWORD, const char* source, int sourceLength, WCHAR* target, int targetLength)
 {
     if (!AreArguments(codePage, source, sourceLength, target, targetLength))
         return 0;
-    const auto units = ToUtf16(Source(source, sourceLength), (flags & MB_ERR_INVALID_CHARS) != 0);
-    return units ? Deliver(*units, target, targetLength) : 0;
+    return Deliver(ToUtf16(Source(source, sourceLength)), target, targetLength);
 }
 
 int WideCharToMultiByte(UINT codePage, DWORD, const WCHAR* source, int sourceLength, char* target, int targetLength,

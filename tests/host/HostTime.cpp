@@ -128,7 +128,7 @@ DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone)
     if (!g_zone)
         return TIME_ZONE_ID_INVALID;
     *zone = *g_zone;
-    return zone->DaylightDate.wMonth == 0 ? TIME_ZONE_ID_UNKNOWN : TIME_ZONE_ID_STANDARD;
+    return TIME_ZONE_ID_UNKNOWN;
 }
 
 BOOL SystemTimeToTzSpecificLocalTime(const TIME_ZONE_INFORMATION* zone, const SYSTEMTIME* utc, SYSTEMTIME* local)

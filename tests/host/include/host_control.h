@@ -15,11 +15,6 @@ void FailAllocation(unsigned n);
 /// True while a failure asked for with FailAllocation has not happened yet.
 bool IsFailurePending();
 
-/// IsBadCodePtr refuses this pointer from now on. It always refuses the first 64 KiB, as on Windows.
-void MarkUnreadable(const void* pointer);
-/// Makes every marked pointer readable again.
-void ClearUnreadable();
-
 /// What GetTimeZoneInformation answers. At first it is UTC without daylight rules.
 void SetTimeZone(const TIME_ZONE_INFORMATION& zone);
 /// GetTimeZoneInformation fails until the next SetTimeZone.

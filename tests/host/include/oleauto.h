@@ -13,5 +13,4 @@ UINT SysStringLen(BSTR text);
 UINT SysStringByteLen(BSTR text);
 
 void* CoTaskMemAlloc(SIZE_T size);
-void* CoTaskMemRealloc(void* block, SIZE_T size);
 void CoTaskMemFree(void* block);

@@ -170,6 +170,9 @@ class CFuzzCase : public CDataSender
         const RecordShape* const known = RecordShapeOf(messageId);
         const bool isRequest = known != nullptr && !known->isIndication;
         CCallersRecord record(isRequest ? known->shape : kNoRecord, m_seed);
+        // A read of 4 GiB makes four million exchanges.
+        if (messageId == ZEL_PERMISSIONS_READ)
+            static_cast<PermissionRecord*>(record.Get())->size %= 0x4000;
         const std::uint32_t result = WithFaults([&] { return handler.EncodeRequest(*this, messageId, record.Get()); });
         const RecordContents contents = record.Read();
         Require(isRequest || result == ZEL_NOT_HANDLED, "an unknown request is not handled");

@@ -16,8 +16,9 @@ done
 shift
 cmake --build build/host --target "$@" >/dev/null
 
-# Memory that is used again soon is fast, and who allocated it is seen from few frames.
-export ASAN_OPTIONS=quarantine_size_mb=8:malloc_context_size=4
+# Memory that is used again soon is fast, and who allocated it is seen from few frames. A stack for signals would be asked
+# for with every exception.
+export ASAN_OPTIONS=quarantine_size_mb=8:malloc_context_size=4:use_sigaltstack=0
 
 failed=0
 for name in $fuzzers; do

@@ -28,7 +28,7 @@ Text Owned(BSTR text)
 
 void CMsgBase::Clear()
 {
-    m_body.clear();
+    m_body = std::vector<std::uint8_t>();
     m_position = 0;
 }
 

@@ -21,7 +21,7 @@ class CMsgBase
     CMsgBase& operator=(CMsgBase&&) = default;
     virtual ~CMsgBase() = default;
 
-    /// Empties the body and puts the cursor at its start.
+    /// Empties the body, whose memory goes, and puts the cursor at its start.
     virtual void Clear();
 
     void AppendByte(std::uint8_t value);

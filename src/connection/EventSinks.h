@@ -40,6 +40,9 @@ class CIUnknownImpl : public Interface
         return static_cast<ULONG>(left);
     }
 
+    /// Keeps what lets callers of other processes in until CutOff, which takes it down without waiting. Were it to go
+    /// with the service's last reference, COM would wait there for calls that are just ending, now and then for good.
+    void Expose() { CoLockObjectExternal(this, TRUE, FALSE); }
     /// Lets no caller of another process in any more.
     void CutOff() { CoDisconnectObject(this, 0); }
 

@@ -262,6 +262,8 @@ HRESULT CVorlanControl::AdviseSinks()
         result = GetConnectionPoints(container);
         if (FAILED(result))
             return;
+        CIVorlanServiceEvents::Expose();
+        CIVorlanServiceEvents2::Expose();
         // A service without the first events is still good for requests.
         Advise(*container.Get(), IID_IVorlanServiceEvents, static_cast<CIVorlanServiceEvents*>(this), m_eventsCookie);
         result = Advise(*container.Get(), IID_IVorlanServiceEvents2, static_cast<CIVorlanServiceEvents2*>(this),

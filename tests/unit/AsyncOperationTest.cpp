@@ -96,12 +96,13 @@ TEST_F(AsyncOperation, DeletesAnItemAbandonedWhileItRuns)
             abandoned = m_worker.Abandon(*item);
         return 0u;
     };
+    const long before = host::LiveBlocks();
     m_worker.Start();
     m_worker.Enqueue(item);
     RunOne(2);
     EXPECT_TRUE(abandoned);
     EXPECT_FALSE(IsSignalled());
-    EXPECT_EQ(0, host::LiveBlocks());
+    EXPECT_EQ(before - 1, host::LiveBlocks());
 }
 
 TEST_F(AsyncOperation, LeavesTheAskerOfAThrowingItemWaiting)

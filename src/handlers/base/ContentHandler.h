@@ -2,7 +2,6 @@
 
 #include "handlers/base/Conversation.h"
 #include "handlers/base/Owners.h"
-#include "handlers/base/TimeConverter.h"
 #include "message/Platform.h"
 #include "zelapi/zelapi.h"
 
@@ -90,21 +89,6 @@ class CContentHandler
     std::uint8_t GetResource() const { return m_resource; }
 
   protected:
-    // Of the handlers that have no tables yet.
-    CContentHandler() = default;
-    static constexpr std::uint32_t kReplyMs = 60000;
-    CMessage Request(std::uint8_t id, std::initializer_list<std::uint8_t> replies = {}) const;
-    static bool Exchange(CDataSender& sender, CMessage& message, std::uint8_t replyId, std::uint32_t& result);
-    std::uint32_t StatusResult(std::uint8_t status) const;
-    static std::uint32_t LocalToUtc(const SYSTEMTIME& local, SYSTEMTIME* utc, ZoneInformation* zone);
-    template <typename Record>
-    static Record& RecordOf(void* record)
-    {
-        if (!IsReadable(record))
-            ThrowCode(ZEL_E_ARGUMENT);
-        return *static_cast<Record*>(record);
-    }
-
     /// REQUIRES: the tables live as long as the handler.
     explicit CContentHandler(std::span<const Operation> operations, std::span<const Indication> indications = {})
         : m_operations(operations), m_indications(indications)

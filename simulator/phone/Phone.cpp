@@ -64,7 +64,7 @@ SendAnswer CPhone::Send(const std::shared_ptr<CListener>& client, const SendCall
     const auto deadline = Clock::now() + Milliseconds(call.wait ? call.timeoutMs : 0);
     if (m_trace.IsOn())
         TraceCall(*client, call);
-    const SendAnswer answer = Answer(client, call, deadline);
+    SendAnswer answer = Answer(client, call, deadline);
     if (m_trace.IsOn())
         TraceAnswer(*client, call, answer);
     return answer;

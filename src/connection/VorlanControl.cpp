@@ -521,7 +521,7 @@ void CVorlanControl::Queue(std::uint32_t kind, std::uint32_t messageId, void* re
 {
     auto notification = std::make_unique<CNTFData>(CNTFData{kind, messageId, record});
     Enqueue(notification.get());
-    notification.release();
+    static_cast<void>(notification.release());
 }
 
 std::uint32_t CVorlanControl::Execute(CNTFData* notification)

@@ -74,7 +74,7 @@ TEST_P(ConnectionTest, ClosesWhileEventsComeInAndATargetSleeps)
     const LinkService service(kEventful);
     std::uint32_t longest = 0;
     RunOnThread(GetParam(), [&] {
-        for (int left = rounds != nullptr ? std::atoi(rounds) : 30; left > 0; --left)
+        for (int left = rounds != nullptr ? std::atoi(rounds) : 60; left > 0; --left)
         {
             Connection phone;
             Deliver(phone, [](std::uint32_t, std::uint32_t) { Sleep(kTargetMs); });
